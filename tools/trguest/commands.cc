@@ -1,0 +1,16 @@
+// commands.cc --
+//
+//    The table of trguest's subcommands.
+
+#include "commands.hh"
+
+namespace trguest_cli {
+
+const Command *Commands() {
+   static const Command table[] = {
+      {nullptr, nullptr, nullptr},
+   };
+   return table;
+}
+
+}  // namespace trguest_cli

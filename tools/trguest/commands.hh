@@ -1,0 +1,21 @@
+// commands.hh --
+//
+//    The subcommands of trguest. Each is implemented in its own cmd_*.cc
+//    file and listed in the table of commands.cc.
+
+#pragma once
+
+namespace trguest_cli {
+
+struct Command {
+   const char *name;   // NULL ends the table
+   const char *usage;  // arguments, for the usage text
+   int (*run)(int argc, char **argv);  // argv holds the arguments after the name
+};
+
+// The table of subcommands, ended by an entry whose name is NULL.
+const Command *Commands();
+
+// Subcommands (one cmd_<name>.cc each).
+
+}  // namespace trguest_cli
