@@ -1,0 +1,188 @@
+// file_test.cc --
+//
+//    Host file I/O: end-of-file semantics, 64-bit offsets, open actions,
+//    and the path and directory helpers.
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <trplatform/file.h>
+#include <trplatform/fileio.h>
+
+#include "testsupport.hh"
+
+namespace {
+
+std::string Take(char *s) {
+   std::string out = s != nullptr ? s : "<null>";
+   std::free(s);
+   return out;
+}
+
+TEST(FileIO, ShortReadIsEndOfFileWithTheCount) {
+   trtest::TempDir dir;
+   std::string path = dir.file("f");
+   trtest::WriteFile(path, std::string(1000, 'a'));
+   FileIODescriptor fd;
+   FileIO_Invalidate(&fd);
+   EXPECT_FALSE(FileIO_IsValid(&fd));
+   ASSERT_EQ(FileIO_Open(&fd, path.c_str(), FILEIO_OPEN_ACCESS_READ, FILEIO_OPEN), FILEIO_SUCCESS);
+   char buf[512];
+   size_t actual = 0;
+   EXPECT_EQ(FileIO_Read(&fd, buf, sizeof buf, &actual), FILEIO_SUCCESS);
+   EXPECT_EQ(actual, 512u);
+   EXPECT_EQ(FileIO_Read(&fd, buf, sizeof buf, &actual), FILEIO_READ_ERROR_EOF);
+   EXPECT_EQ(actual, 488u);
+   EXPECT_EQ(FileIO_Read(&fd, buf, sizeof buf, &actual), FILEIO_READ_ERROR_EOF);
+   EXPECT_EQ(actual, 0u);
+   EXPECT_EQ(FileIO_GetSize(&fd), 1000);
+   EXPECT_EQ(FileIO_Close(&fd), FILEIO_SUCCESS);
+   EXPECT_FALSE(FileIO_IsValid(&fd));
+   EXPECT_EQ(FileIO_Close(&fd), FILEIO_SUCCESS);
+}
+
+TEST(FileIO, OpenActions) {
+   trtest::TempDir dir;
+   std::string path = dir.file("f");
+   FileIODescriptor fd;
+   EXPECT_EQ(FileIO_Open(&fd, path.c_str(), FILEIO_OPEN_ACCESS_READ, FILEIO_OPEN),
+             FILEIO_FILE_NOT_FOUND);
+   ASSERT_EQ(FileIO_Open(&fd, path.c_str(), FILEIO_OPEN_ACCESS_WRITE, FILEIO_OPEN_CREATE_SAFE),
+             FILEIO_SUCCESS);
+   EXPECT_EQ(FileIO_Write(&fd, "hello world", 11, nullptr), FILEIO_SUCCESS);
+   FileIO_Close(&fd);
+   EXPECT_EQ(FileIO_Open(&fd, path.c_str(), FILEIO_OPEN_ACCESS_WRITE, FILEIO_OPEN_CREATE_SAFE),
+             FILEIO_OPEN_ERROR_EXIST);
+   // Open-or-create keeps the content; create-empty truncates.
+   ASSERT_EQ(FileIO_Open(&fd, path.c_str(), FILEIO_OPEN_ACCESS_WRITE, FILEIO_OPEN_CREATE),
+             FILEIO_SUCCESS);
+   EXPECT_EQ(FileIO_Write(&fd, "HELLO", 5, nullptr), FILEIO_SUCCESS);
+   FileIO_Close(&fd);
+   EXPECT_EQ(trtest::ReadFile(path), "HELLO world");
+   ASSERT_EQ(FileIO_Open(&fd, path.c_str(), FILEIO_OPEN_ACCESS_WRITE, FILEIO_OPEN_CREATE_EMPTY),
+             FILEIO_SUCCESS);
+   FileIO_Close(&fd);
+   EXPECT_EQ(trtest::ReadFile(path), "");
+   EXPECT_EQ(FileIO_Open(&fd, dir.path().c_str(), FILEIO_OPEN_ACCESS_READ, FILEIO_OPEN),
+             FILEIO_ERROR);
+   EXPECT_EQ(FileIO_Open(&fd, dir.file("missing").c_str(), FILEIO_OPEN_ACCESS_WRITE,
+                         FILEIO_OPEN_EMPTY),
+             FILEIO_FILE_NOT_FOUND);
+}
+
+TEST(FileIO, OffsetsBeyondFourGiB) {
+   trtest::TempDir dir;
+   std::string path = dir.file("sparse");
+   FileIODescriptor fd;
+   ASSERT_EQ(FileIO_Open(&fd, path.c_str(), FILEIO_OPEN_ACCESS_READ | FILEIO_OPEN_ACCESS_WRITE,
+                         FILEIO_OPEN_CREATE),
+             FILEIO_SUCCESS);
+   const uint64_t far = (5ULL << 30) + 123;
+   ASSERT_EQ(FileIO_Pwrite(&fd, "far", 3, far, nullptr), FILEIO_SUCCESS);
+   EXPECT_EQ(FileIO_GetSize(&fd), static_cast<int64_t>(far + 3));
+   char buf[3];
+   size_t actual = 0;
+   EXPECT_EQ(FileIO_Pread(&fd, buf, 3, far, &actual), FILEIO_SUCCESS);
+   EXPECT_EQ(std::string(buf, 3), "far");
+   EXPECT_EQ(FileIO_Pread(&fd, buf, 3, far + 1, &actual), FILEIO_READ_ERROR_EOF);
+   EXPECT_EQ(actual, 2u);
+   FileIO_Close(&fd);
+   EXPECT_EQ(File_GetSize(path.c_str()), static_cast<int64_t>(far + 3));
+}
+
+TEST(FilePaths, SplitAndJoin) {
+   struct {
+      const char *path, *dir, *base;
+   } cases[] = {
+      {"I386/TXTSETUP.SIF", "I386", "TXTSETUP.SIF"},
+      {".disk/info", ".disk", "info"},
+      {"/boot/kernel/kernel.", "/boot/kernel", "kernel."},
+      {"/kernel", "/", "kernel"},
+      {"packages.xml", "", "packages.xml"},
+      {"dir/", "dir", ""},
+   };
+   for (const auto &c : cases) {
+      char *dir = nullptr, *base = nullptr;
+      File_GetPathName(c.path, &dir, &base);
+      EXPECT_EQ(Take(dir), c.dir) << c.path;
+      EXPECT_EQ(Take(base), c.base) << c.path;
+   }
+   char *vol, *dir, *base;
+   File_SplitName("/x/y/txtsetup.oem", &vol, &dir, &base);
+   EXPECT_EQ(Take(vol), "");
+   EXPECT_EQ(Take(dir), "/x/y/");
+   EXPECT_EQ(Take(base), "txtsetup.oem");
+   EXPECT_EQ(Take(File_PathJoin("/vm", "autoinst.flp")), "/vm/autoinst.flp");
+   EXPECT_EQ(Take(File_PathJoin("/vm/", "autoinst.flp")), "/vm/autoinst.flp");
+}
+
+TEST(FileDirectories, ListSortedCreateAndDelete) {
+   trtest::TempDir dir;
+   for (const char *n : {"b", "a", "C", "txtsetup.oem"}) {
+      trtest::WriteFile(dir.file(n), n);
+   }
+   char **names = nullptr;
+   ASSERT_EQ(File_ListDirectory(dir.path().c_str(), &names), 4);
+   EXPECT_STREQ(names[0], "C");
+   EXPECT_STREQ(names[1], "a");
+   EXPECT_STREQ(names[2], "b");
+   EXPECT_STREQ(names[3], "txtsetup.oem");
+   for (int i = 0; i < 4; i++) std::free(names[i]);
+   std::free(names);
+   EXPECT_EQ(File_ListDirectory(dir.file("missing").c_str(), &names), -1);
+
+   std::string deep = dir.file("x/y/z");
+   EXPECT_TRUE(File_CreateDirectoryHierarchy(deep.c_str()));
+   EXPECT_TRUE(File_CreateDirectoryHierarchy(deep.c_str()));
+   EXPECT_TRUE(File_CreateDirectory(deep.c_str()));
+   EXPECT_FALSE(File_DeleteEmptyDirectory(dir.file("x").c_str()));
+
+   // Deleting a tree removes a symbolic link, not what it points to.
+   trtest::TempDir outside;
+   trtest::WriteFile(outside.file("keep"), "keep");
+   ASSERT_EQ(symlink(outside.path().c_str(), dir.file("x/y/link").c_str()), 0);
+   EXPECT_TRUE(File_DeleteDirectoryTree(dir.file("x").c_str()));
+   EXPECT_FALSE(File_Exists(dir.file("x").c_str()));
+   EXPECT_TRUE(File_Exists(outside.file("keep").c_str()));
+   EXPECT_TRUE(File_DeleteDirectoryTree(dir.file("x").c_str()));
+}
+
+TEST(FileCopy, OverwriteRuleAndUnlink) {
+   trtest::TempDir dir;
+   std::string a = dir.file("a"), b = dir.file("b");
+   trtest::WriteFile(a, "new");
+   trtest::WriteFile(b, "old content");
+   EXPECT_FALSE(File_CopyFromNameToName(a.c_str(), b.c_str(), FALSE));
+   EXPECT_EQ(trtest::ReadFile(b), "old content");
+   EXPECT_TRUE(File_CopyFromNameToName(a.c_str(), b.c_str(), TRUE));
+   EXPECT_EQ(trtest::ReadFile(b), "new");
+   EXPECT_FALSE(File_CopyFromNameToName(dir.file("missing").c_str(), b.c_str(), TRUE));
+   EXPECT_FALSE(File_CopyFromNameToName(a.c_str(), dir.file("no/dir/c").c_str(), TRUE));
+   EXPECT_EQ(File_UnlinkIfExists(b.c_str()), 0);
+   EXPECT_EQ(File_UnlinkIfExists(b.c_str()), 0);
+   EXPECT_FALSE(File_Exists(b.c_str()));
+}
+
+TEST(FileTmp, SafeTmpDirIsPrivate) {
+   trtest::TempDir base;
+   trtest::ScopedEnv env("TMPDIR", base.path().c_str());
+   std::string tmp = Take(File_GetSafeTmpDir(FALSE));
+   struct stat st;
+   ASSERT_EQ(lstat(tmp.c_str(), &st), 0);
+   EXPECT_TRUE(S_ISDIR(st.st_mode));
+   EXPECT_EQ(st.st_mode & 077, 0u);
+   EXPECT_EQ(Take(File_GetSafeTmpDir(FALSE)), tmp);
+   // A directory of that name that others can write is not used.
+   ASSERT_EQ(chmod(tmp.c_str(), 0777), 0);
+   std::string other = Take(File_GetSafeTmpDir(FALSE));
+   EXPECT_NE(other, tmp);
+   ASSERT_EQ(lstat(other.c_str(), &st), 0);
+   EXPECT_EQ(st.st_mode & 077, 0u);
+}
+
+}  // namespace
