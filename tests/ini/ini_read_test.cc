@@ -4,6 +4,7 @@
 //    the test: section and key matching, comments, quotes, line pieces and
 //    the failures.
 
+#include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -25,6 +26,8 @@ struct ReadCase {
 };
 
 constexpr const char *kUntouched = "<untouched>";
+
+void PrintTo(const ReadCase &c, std::ostream *os) { *os << c.name; }
 
 class IniRead : public ::testing::TestWithParam<ReadCase> {};
 
@@ -72,7 +75,7 @@ const ReadCase kReadCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, IniRead, ::testing::ValuesIn(kReadCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         [](const auto &p) { return std::string(p.param.name); });
 
 TEST(IniReadLimits, LongLineIsReadInPiecesOf1023Bytes) {
    trtest::TempDir dir;
@@ -101,6 +104,8 @@ struct IntCase {
    Bool result;
    int32_t value;
 };
+
+void PrintTo(const IntCase &c, std::ostream *os) { *os << c.content; }
 
 class IniReadInt : public ::testing::TestWithParam<IntCase> {};
 

