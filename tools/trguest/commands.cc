@@ -8,6 +8,10 @@ namespace trguest_cli {
 
 const Command *Commands() {
    static const Command table[] = {
+      {"ini", "get FILE SECTION KEY | set FILE SECTION KEY VALUE [--quote]", RunIni},
+      {"validate",
+       "--family linux|windows --guest ID [--sub N] (--password|--short-name|--name) TEXT",
+       RunValidate},
       {nullptr, nullptr, nullptr},
    };
    return table;

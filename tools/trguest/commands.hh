@@ -17,5 +17,7 @@ struct Command {
 const Command *Commands();
 
 // Subcommands (one cmd_<name>.cc each).
+int RunIni(int argc, char **argv);
+int RunValidate(int argc, char **argv);
 
 }  // namespace trguest_cli
