@@ -8,6 +8,7 @@ namespace trguest_cli {
 
 const Command *Commands() {
    static const Command table[] = {
+      {"guestos", "[--count]", RunGuestOsTable},
       {nullptr, nullptr, nullptr},
    };
    return table;

@@ -17,5 +17,6 @@ struct Command {
 const Command *Commands();
 
 // Subcommands (one cmd_<name>.cc each).
+int RunGuestOsTable(int argc, char **argv);
 
 }  // namespace trguest_cli
