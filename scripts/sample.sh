@@ -10,3 +10,4 @@ scripts/build.sh build >/dev/null
 
 trguest=build/bin/trguest
 "$trguest" --version
+echo "guest OS identifiers: $("$trguest" guestos --count)"

@@ -1,0 +1,235 @@
+// msg.cc --
+//
+//    Message catalogue (localised texts of catalogue strings) and the
+//    per-thread queue of error messages.
+
+#include <trplatform/msg.h>
+
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <mutex>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <trplatform/log.h>
+#include <trplatform/str.h>
+#include <trplatform/util.h>
+
+#include "internal/dictparse.hh"
+
+#ifndef TRGUEST_MSG_INSTALL_DIR
+#define TRGUEST_MSG_INSTALL_DIR "/usr/share/trguest/messages"
+#endif
+
+namespace {
+
+constexpr std::string_view kMagic = MSG_MAGIC "(";
+
+// A catalogue text split into its id and default text; a text without the
+// marker has no id and is its own default.
+struct CatalogueText {
+   std::string_view id;
+   std::string_view defaultText;
+};
+
+CatalogueText Split(const char *idFmt) {
+   std::string_view s(idFmt);
+   if (s.substr(0, kMagic.size()) == kMagic) {
+      size_t close = s.find(')', kMagic.size());
+      if (close != std::string_view::npos) {
+         return {s.substr(kMagic.size(), close - kMagic.size()), s.substr(close + 1)};
+      }
+   }
+   return {std::string_view(), s};
+}
+
+// The language of user-visible texts: "de" for de_DE.UTF-8; nothing for
+// the default texts. Only plain letters are accepted, so that the
+// environment cannot point the lookup at another file.
+std::optional<std::string> CurrentLanguage() {
+   for (const char *var : {"TRGUEST_LOCALE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
+      const char *v = std::getenv(var);
+      if (v == nullptr || *v == '\0') {
+         continue;
+      }
+      std::string lang(v, std::strcspn(v, "_.@"));
+      if (lang.empty() || lang == "C" || lang == "POSIX" || lang == "en") {
+         return std::nullopt;
+      }
+      for (char &c : lang) {
+         if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+         if (c < 'a' || c > 'z') return std::nullopt;
+      }
+      if (lang.size() > 8) {
+         return std::nullopt;
+      }
+      return lang;
+   }
+   return std::nullopt;
+}
+
+struct Catalogue {
+   std::mutex lock;
+   bool loaded = false;
+   std::unordered_map<std::string, std::string> texts;
+
+   // Loads the catalogue of the current language once. A missing or broken
+   // catalogue leaves the default texts; the reason goes to the log, not to
+   // the caller's message queue.
+   void EnsureLoaded() {
+      if (loaded) {
+         return;
+      }
+      loaded = true;
+      texts.clear();
+      std::optional<std::string> lang = CurrentLanguage();
+      if (!lang) {
+         return;
+      }
+      const char *dirEnv = std::getenv("TRGUEST_MSG_DIR");
+      std::string dir = dirEnv != nullptr && *dirEnv != '\0' ? dirEnv : TRGUEST_MSG_INSTALL_DIR;
+      std::string path = dir + "/" + *lang + ".trmsg";
+      std::ifstream in(path, std::ios::binary);
+      if (!in) {
+         return;
+      }
+      std::ostringstream ss;
+      ss << in.rdbuf();
+      trp::DictEntries entries;
+      std::string error;
+      if (!trp::ParseDictionaryText(ss.str(), path, &entries, &error)) {
+         Warning("Message catalogue not used: %s\n", error.c_str());
+         return;
+      }
+      for (auto &e : entries) {
+         texts.emplace(std::move(e.first), std::move(e.second));
+      }
+   }
+
+   std::optional<std::string> Lookup(std::string_view id) {
+      std::lock_guard<std::mutex> guard(lock);
+      EnsureLoaded();
+      auto it = texts.find(std::string(id));
+      if (it == texts.end()) {
+         return std::nullopt;
+      }
+      return it->second;
+   }
+};
+
+Catalogue &TheCatalogue() {
+   static Catalogue catalogue;
+   return catalogue;
+}
+
+std::string Localise(const char *idFmt) {
+   CatalogueText t = Split(idFmt);
+   if (!t.id.empty()) {
+      if (std::optional<std::string> text = TheCatalogue().Lookup(t.id)) {
+         return *text;
+      }
+   }
+   return std::string(t.defaultText);
+}
+
+// The printf conversions of a format, in order ("%-11.11s" gives "s",
+// "%zu" gives "zu", "%*d" gives "*d"); "%%" is not a conversion.
+std::vector<std::string> Conversions(std::string_view fmt) {
+   std::vector<std::string> out;
+   for (size_t i = 0; i < fmt.size(); i++) {
+      if (fmt[i] != '%') {
+         continue;
+      }
+      i++;
+      if (i < fmt.size() && fmt[i] == '%') {
+         continue;
+      }
+      std::string conv;
+      while (i < fmt.size() && std::strchr("0123456789.-+ #'$*", fmt[i]) != nullptr) {
+         if (fmt[i] == '*' || fmt[i] == '$') conv.push_back(fmt[i]);
+         i++;
+      }
+      while (i < fmt.size() && std::strchr("hlLqjzt", fmt[i]) != nullptr) {
+         conv.push_back(fmt[i++]);
+      }
+      if (i < fmt.size()) {
+         conv.push_back(fmt[i]);
+      }
+      out.push_back(conv);
+   }
+   return out;
+}
+
+thread_local std::vector<std::string> tQueue;
+thread_local std::string tJoined;
+
+}  // namespace
+
+extern "C" {
+
+TRPLATFORM_API char *Msg_GetString(const char *idFmt) noexcept {
+   if (idFmt == nullptr) {
+      return nullptr;
+   }
+   std::string text = Localise(idFmt);
+   return UtilSafeStrndup0(text.c_str(), text.size());
+}
+
+TRPLATFORM_API char *Msg_VFormat(const char *idFmt, va_list args) noexcept {
+   std::string fmt = Localise(idFmt);
+   // A translation is used only when it takes the same arguments as the
+   // default text; anything else would read arguments that are not there.
+   std::string defaultFmt(Split(idFmt).defaultText);
+   if (fmt != defaultFmt && Conversions(fmt) != Conversions(defaultFmt)) {
+      fmt = defaultFmt;
+   }
+   return Str_SafeVasprintf(nullptr, fmt.c_str(), args);
+}
+
+TRPLATFORM_API char *Msg_Format(const char *idFmt, ...) noexcept {
+   va_list args;
+   va_start(args, idFmt);
+   char *out = Msg_VFormat(idFmt, args);
+   va_end(args);
+   return out;
+}
+
+TRPLATFORM_API void Msg_Append(const char *idFmt, ...) noexcept {
+   va_list args;
+   va_start(args, idFmt);
+   char *text = Msg_VFormat(idFmt, args);
+   va_end(args);
+   tQueue.emplace_back(text);
+   std::free(text);
+}
+
+TRPLATFORM_API const char *Msg_GetMessagesAndReset(void) noexcept {
+   tJoined.clear();
+   for (size_t i = 0; i < tQueue.size(); i++) {
+      if (i > 0) {
+         tJoined += "; ";
+      }
+      tJoined += tQueue[i];
+   }
+   tQueue.clear();
+   return tJoined.c_str();
+}
+
+TRPLATFORM_API void Msg_Reset(void) noexcept {
+   tQueue.clear();
+}
+
+TRPLATFORM_API void Msg_ReloadCatalogue(void) noexcept {
+   Catalogue &c = TheCatalogue();
+   std::lock_guard<std::mutex> guard(c.lock);
+   c.loaded = false;
+   c.texts.clear();
+}
+
+}  // extern "C"
