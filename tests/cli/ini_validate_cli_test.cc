@@ -13,7 +13,7 @@ namespace {
 
 const std::string kTool = std::string(TRGUEST_BINARY_DIR) + "/bin/trguest";
 
-trtest::CommandResult Run(std::vector<std::string> args) {
+trtest::CommandResult Tool(std::vector<std::string> args) {
    args.insert(args.begin(), kTool);
    return trtest::RunCommand(args);
 }
@@ -23,25 +23,25 @@ TEST(CliIni, GetAndSet) {
    std::string ini = dir.file("winnt.sif");
    trtest::WriteFile(ini, "[UserData]\r\nFullName=\"Jane\"\r\n");
 
-   auto r = Run({"ini", "get", ini, "userdata", "fullname"});
+   auto r = Tool({"ini", "get", ini, "userdata", "fullname"});
    EXPECT_EQ(r.exitCode, 0);
    EXPECT_EQ(r.output, "Jane\n");
-   r = Run({"ini", "get", ini, "UserData", "ProductKey"});
+   r = Tool({"ini", "get", ini, "UserData", "ProductKey"});
    EXPECT_EQ(r.exitCode, 1);
    EXPECT_EQ(r.output, "");
 
-   EXPECT_EQ(Run({"ini", "set", ini, "UserData", "ProductKey", "AAAAA-BBBBB", "--quote"}).exitCode,
+   EXPECT_EQ(Tool({"ini", "set", ini, "UserData", "ProductKey", "AAAAA-BBBBB", "--quote"}).exitCode,
              0);
-   EXPECT_EQ(Run({"ini", "set", ini, "GuiUnattended", "AutoLogon", "Yes"}).exitCode, 0);
+   EXPECT_EQ(Tool({"ini", "set", ini, "GuiUnattended", "AutoLogon", "Yes"}).exitCode, 0);
    EXPECT_EQ(trtest::ReadFile(ini),
              "[UserData]\r\nFullName=\"Jane\"\r\nProductKey=\"AAAAA-BBBBB\"\n"
              "[GuiUnattended]\nAutoLogon=Yes\n");
 
-   r = Run({"ini", "set", dir.file("missing.sif"), "s", "k", "v"});
+   r = Tool({"ini", "set", dir.file("missing.sif"), "s", "k", "v"});
    EXPECT_EQ(r.exitCode, 2);
    EXPECT_NE(r.output.find("cannot set"), std::string::npos);
-   EXPECT_EQ(Run({"ini", "frob"}).exitCode, 64);
-   EXPECT_EQ(Run({"ini", "set", ini, "s", "k", "v", "--quoted"}).exitCode, 64);
+   EXPECT_EQ(Tool({"ini", "frob"}).exitCode, 64);
+   EXPECT_EQ(Tool({"ini", "set", ini, "s", "k", "v", "--quoted"}).exitCode, 64);
 }
 
 TEST(CliValidate, ResultNamesMessagesAndExitCodes) {
@@ -70,7 +70,7 @@ TEST(CliValidate, ResultNamesMessagesAndExitCodes) {
    };
    for (auto &c : cases) {
       c.args.insert(c.args.begin(), "validate");
-      auto r = Run(c.args);
+      auto r = Tool(c.args);
       EXPECT_EQ(r.exitCode, c.exitCode) << c.args[2];
       if (c.exitCode != 64) {
          EXPECT_EQ(r.output, c.output);
@@ -80,7 +80,7 @@ TEST(CliValidate, ResultNamesMessagesAndExitCodes) {
 
 TEST(CliValidate, GermanLocale) {
    trtest::ScopedEnv locale("TRGUEST_LOCALE", "de");
-   auto r = Run({"validate", "--family", "linux", "--guest", "sles11", "--name", "a]]>"});
+   auto r = Tool({"validate", "--family", "linux", "--guest", "sles11", "--name", "a]]>"});
    EXPECT_EQ(r.exitCode, 1);
    EXPECT_EQ(r.output, "TEXT_BAD_GECOS_SUBSTRING\nDer vollständige Name darf die Zeichenfolge "
                        "']]>' nicht enthalten.\nGeben Sie einen neuen Wert ein.\n");

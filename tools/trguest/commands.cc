@@ -8,14 +8,11 @@ namespace trguest_cli {
 
 const Command *Commands() {
    static const Command table[] = {
-<<<<<<< HEAD
+      {"guestos", "[--count]", RunGuestOsTable},
       {"ini", "get FILE SECTION KEY | set FILE SECTION KEY VALUE [--quote]", RunIni},
       {"validate",
        "--family linux|windows --guest ID [--sub N] (--password|--short-name|--name) TEXT",
        RunValidate},
-=======
-      {"guestos", "[--count]", RunGuestOsTable},
->>>>>>> main
       {nullptr, nullptr, nullptr},
    };
    return table;
