@@ -9,6 +9,10 @@ namespace trguest_cli {
 const Command *Commands() {
    static const Command table[] = {
       {"guestos", "[--count]", RunGuestOsTable},
+      {"ini", "get FILE SECTION KEY | set FILE SECTION KEY VALUE [--quote]", RunIni},
+      {"validate",
+       "--family linux|windows --guest ID [--sub N] (--password|--short-name|--name) TEXT",
+       RunValidate},
       {nullptr, nullptr, nullptr},
    };
    return table;

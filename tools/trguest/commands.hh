@@ -18,5 +18,7 @@ const Command *Commands();
 
 // Subcommands (one cmd_<name>.cc each).
 int RunGuestOsTable(int argc, char **argv);
+int RunIni(int argc, char **argv);
+int RunValidate(int argc, char **argv);
 
 }  // namespace trguest_cli
