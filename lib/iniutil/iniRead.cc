@@ -76,7 +76,9 @@ TRGUEST_API Bool IniUtil_GetIniFileString(const char *path, const char *section,
       if (v.size() >= 2 && v.front() == '"' && v.back() == '"') {
          v = v.substr(1, v.size() - 2);
       }
-      std::memcpy(value, v.data(), v.size());
+      if (!v.empty()) {
+         std::memcpy(value, v.data(), v.size());
+      }
       value[v.size()] = '\0';
       return TRUE;
    }

@@ -63,6 +63,9 @@ public:
       if (bytes.size() > kWorkingBufferSize - size_) {
          return false;
       }
+      if (bytes.empty()) {
+         return true;
+      }
       std::memcpy(buf_.get() + size_, bytes.data(), bytes.size());
       size_ += bytes.size();
       return true;
