@@ -90,6 +90,9 @@ FatResult<Geometry> Geometry::parse(ByteView boot, uint64_t imageSize) {
    if (g.rootEntries_ == 0 || g.sectorsPerFat_ == 0) {
       return Err{FatError::BadFormat};
    }
+   // Root entries must fill whole sectors: where they leave the last one
+   // part used, systems disagree on where the data area starts (rounding
+   // up or down), so writing there could land in another system's files.
    if (g.rootBytes() % g.bytesPerSector_ != 0) {
       return Err{FatError::BadFormat};
    }
