@@ -11,8 +11,9 @@ set(actual "")
 foreach(line IN LISTS nm_lines)
   if(line MATCHES "^[0-9a-fA-F]* *[A-Za-z] ([^ ]+)$")
     set(sym "${CMAKE_MATCH_1}")
-    # Linker-provided section markers are not part of the interface.
-    if(NOT sym MATCHES "^(_init|_fini|_edata|_end|__bss_start)$")
+    # Linker-provided section markers and AddressSanitizer's ODR indicators
+    # (sanitized builds) are not part of the interface.
+    if(NOT sym MATCHES "^(_init|_fini|_edata|_end|__bss_start)$" AND NOT sym MATCHES "^__odr_asan")
       list(APPEND actual "${sym}")
     endif()
   endif()
