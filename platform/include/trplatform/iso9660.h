@@ -53,7 +53,7 @@ typedef struct Iso9660DirEntry {
    uint8_t reserved[7];
    uint64_t recordOffset;    /* image offset of the entry's first record */
    uint32_t imageId;         /* which open image made the entry */
-   uint32_t reserved2;
+   uint32_t dirExtent;       /* first block of the directory holding the entry */
 } Iso9660DirEntry;
 
 /* Which of the format-set bits the image supports (1 for every ISO 9660
@@ -94,8 +94,9 @@ TRPLATFORM_API Iso9660Result Iso9660_CloseFile(Iso9660Image *image, Iso9660FileH
 TRPLATFORM_API Iso9660Result Iso9660_GetVolumeId(Iso9660Image *image, char **volumeId) TR_NOEXCEPT;
 
 /*
- * Copies the file or the whole directory tree at pathInImage into hostDir,
- * under its base name (a directory is created with its subtree).
+ * Copies the image's file at pathInImage into hostDir under its base name;
+ * for a directory, copies what the directory holds (files, and
+ * subdirectories with their trees) into hostDir, which must exist.
  */
 TRPLATFORM_API Iso9660Result Iso9660_Extract(Iso9660Image *image, const char *pathInImage,
                                              const char *hostDir) TR_NOEXCEPT;

@@ -1,0 +1,146 @@
+// iso9660_extract.cc --
+//
+//    Copying files and directory trees out of an ISO 9660 image to the
+//    host.
+
+#include <trplatform/iso9660.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <set>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "internal/bytes.hh"
+#include "internal/iso9660_image.hh"
+
+namespace {
+
+using trp::iso::Entry;
+using trp::iso::IsoStatus;
+using trp::iso::Volume;
+
+constexpr uint32_t kMaxExtractDepth = 64;
+constexpr size_t kCopyChunk = 1u << 20;
+
+// A name that may be used as one host path component.
+bool IsSafeComponent(const std::string &name) {
+   return !name.empty() && name != "." && name != ".." &&
+          name.find('/') == std::string::npos && name.find('\0') == std::string::npos;
+}
+
+// Writes the entry's data to destPath through a temporary file renamed into
+// place, so that a failed copy leaves no partial file.
+IsoStatus CopyFile(Volume &volume, const Entry &entry, const std::string &destPath) {
+   for (const trp::iso::Extent &x : entry.extents) {
+      if (!trp::RangeFits(x.offset, x.length, volume.file().size())) {
+         return trp::Err{ISO9660_BAD_FORMAT};
+      }
+   }
+   std::string tmp = destPath + ".XXXXXX";
+   int fd = mkstemp(tmp.data());
+   if (fd < 0) {
+      return trp::Err{ISO9660_IO_ERROR};
+   }
+   bool ok = fchmod(fd, 0644) == 0;
+   std::vector<uint8_t> buf(static_cast<size_t>(std::min<uint64_t>(entry.size, kCopyChunk)));
+   for (uint64_t pos = 0; ok && pos < entry.size;) {
+      size_t n = static_cast<size_t>(std::min<uint64_t>(buf.size(), entry.size - pos));
+      auto got = trp::iso::ReadExtents(volume.file(), entry.extents, pos,
+                                       std::span<uint8_t>(buf.data(), n));
+      if (!got || *got != n) {
+         ok = false;
+         break;
+      }
+      for (size_t done = 0; done < n;) {
+         ssize_t w = ::write(fd, buf.data() + done, n - done);
+         if (w < 0 && errno == EINTR) continue;
+         if (w <= 0) {
+            ok = false;
+            break;
+         }
+         done += static_cast<size_t>(w);
+      }
+      pos += n;
+   }
+   ok = ::close(fd) == 0 && ok;
+   ok = ok && std::rename(tmp.c_str(), destPath.c_str()) == 0;
+   if (!ok) {
+      ::unlink(tmp.c_str());
+      return trp::Err{ISO9660_IO_ERROR};
+   }
+   return {};
+}
+
+// Copies what the directory holds into hostDir. `onPath` holds the blocks
+// of the directories being copied, so that a directory that contains
+// itself ends the walk instead of recursing forever.
+IsoStatus CopyTree(Volume &volume, const Entry &dir, const std::string &hostDir, uint32_t depth,
+                   std::set<uint32_t> *onPath) {
+   if (depth > kMaxExtractDepth || !onPath->insert(dir.extentBlock).second) {
+      return trp::Err{ISO9660_BAD_FORMAT};
+   }
+   auto listing = volume.listing(dir.extentBlock, dir.size);
+   if (!listing) {
+      return trp::Err{listing.error()};
+   }
+   for (const Entry &e : (*listing)->entries) {
+      if (!IsSafeComponent(e.name)) {
+         continue;
+      }
+      std::string target = hostDir + "/" + e.name;
+      if (e.isDirectory) {
+         if (::mkdir(target.c_str(), 0755) != 0 && errno != EEXIST) {
+            return trp::Err{ISO9660_IO_ERROR};
+         }
+         TRP_TRY(CopyTree(volume, e, target, depth + 1, onPath));
+      } else {
+         TRP_TRY(CopyFile(volume, e, target));
+      }
+   }
+   onPath->erase(dir.extentBlock);
+   return {};
+}
+
+}  // namespace
+
+extern "C" {
+
+TRPLATFORM_API Iso9660Result Iso9660_Extract(Iso9660Image *image, const char *pathInImage,
+                                             const char *hostDir) noexcept {
+   if (image == nullptr || pathInImage == nullptr || hostDir == nullptr) {
+      return ISO9660_BAD_HANDLE;
+   }
+   auto entry = image->volume->lookup(pathInImage);
+   if (!entry) {
+      return entry.error();
+   }
+   IsoStatus status;
+   if (entry->isDirectory) {
+      std::set<uint32_t> onPath;
+      status = CopyTree(*image->volume, *entry, hostDir, 0, &onPath);
+   } else {
+      status = CopyFile(*image->volume, *entry, std::string(hostDir) + "/" + entry->name);
+   }
+   return status.ok() ? ISO9660_OK : status.error();
+}
+
+TRPLATFORM_API Iso9660Result Iso9660_ExtractFileEx(Iso9660Image *image, const char *name,
+                                                   const char *destPath) noexcept {
+   if (image == nullptr || name == nullptr || destPath == nullptr) {
+      return ISO9660_BAD_HANDLE;
+   }
+   auto entry = image->volume->lookup(name);
+   if (!entry) {
+      return entry.error();
+   }
+   if (entry->isDirectory) {
+      return ISO9660_IS_A_DIRECTORY;
+   }
+   IsoStatus status = CopyFile(*image->volume, *entry, destPath);
+   return status.ok() ? ISO9660_OK : status.error();
+}
+
+}  // extern "C"
