@@ -1,0 +1,29 @@
+// guessInt.h --
+//
+//    Internal interface of guest OS detection: the access layer's helpers
+//    and the key=value scanner the Windows detectors share.
+
+#pragma once
+
+#include <trguest/guess.h>
+
+// Source path that NOT_REACHED stops of detection name.
+#define GUESS_SOURCE_PATH "lib/guessGuest/guess"
+
+// One attempt at opening a directory of the image (no case retries).
+GuessDir *GuessOpenDirPath(GuessMedia *media, const char *path);
+
+// Looks `name` up in an open directory, comparing ASCII letters without
+// regard to case on ISO 9660 media (exactly on UDF media). With contents
+// NULL it only reports whether the name exists; otherwise *contents
+// receives the whole file with a NUL added (the caller frees it). length
+// (may be NULL) receives the bytes in the buffer, NUL included, on ISO 9660
+// media; on UDF media only when lengthOnUdf is set.
+Bool GuessFindFile(GuessMedia *media, GuessDir *dir, const char *name, char **contents,
+                   size_t *length, Bool lengthOnUdf);
+
+// Guess_ReadFileName, but reporting the length on UDF media too.
+char *GuessReadFileNameWithLength(GuessMedia *media, const char *path, size_t *length);
+
+// Scans `key = value` text at p; see guessKeyValue.cc.
+Bool GuessParseKeyValue(const char *p, char **key, char **value);

@@ -1,0 +1,14 @@
+// guessRedHat.cc --
+//
+//    Red Hat family media.
+//    Not recognised yet: the detectors of this family report no match.
+
+#include <trguest/guess.h>
+
+extern "C" {
+
+TRGUEST_API Bool Guess_RedHat(GuessMedia *, GuessInfo *) noexcept {
+   return FALSE;
+}
+
+}  // extern "C"

@@ -1,0 +1,14 @@
+// guessWindowsVista.cc --
+//
+//    Windows Vista and newer media.
+//    Not recognised yet: the detectors of this family report no match.
+
+#include <trguest/guess.h>
+
+extern "C" {
+
+TRGUEST_API Bool Guess_WindowsVistaAndNewer(GuessMedia *, GuessInfo *) noexcept {
+   return FALSE;
+}
+
+}  // extern "C"
