@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# The main job on a fresh machine: installs what is missing, builds, and runs
-# trguest.
+# The main job on a fresh machine: installs what is missing, builds, masters
+# the sample installation images of scripts/samples/ and runs trguest detect
+# on them (readable, then as JSON).
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 cd "$top"
@@ -11,3 +12,9 @@ scripts/build.sh build >/dev/null
 trguest=build/bin/trguest
 "$trguest" --version
 echo "guest OS identifiers: $("$trguest" guestos --count)"
+
+mapfile -t images < <(scripts/make-samples.sh build/samples)
+echo
+"$trguest" detect --all "${images[@]}"
+echo
+"$trguest" detect --json "${images[@]}"

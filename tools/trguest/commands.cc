@@ -8,6 +8,7 @@ namespace trguest_cli {
 
 const Command *Commands() {
    static const Command table[] = {
+      {"detect", "[--json] [--all] IMAGE...", RunDetect},
       {"guestos", "[--count]", RunGuestOsTable},
       {"ini", "get FILE SECTION KEY | set FILE SECTION KEY VALUE [--quote]", RunIni},
       {"validate",
