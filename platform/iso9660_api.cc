@@ -181,6 +181,7 @@ TRPLATFORM_API Iso9660Result Iso9660_OpenFile(Iso9660Image *image, const Iso9660
       return ISO9660_NOT_FOUND;
    }
    Iso9660Image::FileState state;
+   state.isDirectory = found->isDirectory;
    if (!found->isDirectory) {
       for (const trp::iso::Extent &x : found->extents) {
          if (!trp::RangeFits(x.offset, x.length, image->volume->file().size())) {
@@ -206,6 +207,10 @@ TRPLATFORM_API Iso9660Result Iso9660_ReadFile(Iso9660Image *image, Iso9660FileHa
       return ISO9660_BAD_HANDLE;
    }
    Iso9660Image::FileState &state = it->second;
+   if (state.isDirectory) {
+      *count = 0;
+      return ISO9660_IS_A_DIRECTORY;
+   }
    if (state.position >= state.size) {
       *count = 0;
       return ISO9660_END;

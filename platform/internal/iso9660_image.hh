@@ -20,6 +20,7 @@ struct Iso9660Image {
       std::vector<trp::iso::Extent> extents;
       uint64_t size = 0;
       uint64_t position = 0;
+      bool isDirectory = false;  // opened to learn that it exists; not readable
    };
 
    uint32_t id = 0;  // distinguishes entries of different open images

@@ -78,7 +78,10 @@ TRPLATFORM_API Iso9660Result Iso9660_ReadDir(Iso9660Image *image, Iso9660DirHand
 TRPLATFORM_API Iso9660Result Iso9660_RewindDir(Iso9660Image *image, Iso9660DirHandle dir) TR_NOEXCEPT;
 TRPLATFORM_API Iso9660Result Iso9660_CloseDir(Iso9660Image *image, Iso9660DirHandle dir) TR_NOEXCEPT;
 
-/* Opens the file an entry of Iso9660_ReadDir names (of this image). */
+/* Opens the file an entry of Iso9660_ReadDir names (of this image). A
+ * directory entry opens too, so that a caller can learn that a name exists
+ * whatever it is (an application bundle is a directory), but reading it gives
+ * ISO9660_IS_A_DIRECTORY, as UDF_ReadFile fails for a directory. */
 TRPLATFORM_API Iso9660Result Iso9660_OpenFile(Iso9660Image *image, const Iso9660DirEntry *entry,
                                               Iso9660FileHandle *file) TR_NOEXCEPT;
 /*
