@@ -27,3 +27,8 @@ char *GuessReadFileNameWithLength(GuessMedia *media, const char *path, size_t *l
 
 // Scans `key = value` text at p; see guessKeyValue.cc.
 Bool GuessParseKeyValue(const char *p, char **key, char **value);
+
+// Walks the root directory in directory order and returns the index in
+// `names` of the first entry whose name equals one of them ignoring case;
+// -1 when none does, -2 when the root directory does not open.
+int GuessFirstRootEntryOf(GuessMedia *media, const char *const *names, size_t count);
