@@ -42,17 +42,34 @@ bool Contains(const std::string &text, const std::string &part) {
 }
 
 // What each sample of scripts/samples/ must be detected as: the JSON
-// fields from guestOS to versionString, as trguest prints them.
+// fields after the result, as trguest prints them.
 const std::map<std::string, std::string> kSamples = {
    {"solaris10",
     R"("guestOS":"solaris10","guestOS64":"solaris10-64","subVersion":0,)"
-    R"("subVersionName":"GUESS_VERSION_UNKNOWN","versionString":"")"},
+    R"("subVersionName":"GUESS_VERSION_UNKNOWN","versionString":"","noIsolinuxCfg":false,)"
+    R"("language":"en-US","languages":[],"editions":[]})"},
    {"freebsd-amd64",
     R"("guestOS":"freeBSD-64","guestOS64":null,"subVersion":0,)"
-    R"("subVersionName":"GUESS_VERSION_UNKNOWN","versionString":"")"},
+    R"("subVersionName":"GUESS_VERSION_UNKNOWN","versionString":"","noIsolinuxCfg":false,)"
+    R"("language":"en-US","languages":[],"editions":[]})"},
    {"zelt4",
     R"("guestOS":"trkernel","guestOS64":null,"subVersion":0,)"
-    R"("subVersionName":"GUESS_VERSION_UNKNOWN","versionString":"")"},
+    R"("subVersionName":"GUESS_VERSION_UNKNOWN","versionString":"","noIsolinuxCfg":false,)"
+    R"("language":"en-US","languages":[],"editions":[]})"},
+   {"winxp-pro",
+    R"("guestOS":"winXPPro","guestOS64":null,"subVersion":0,)"
+    R"("subVersionName":"GUESS_VERSION_UNKNOWN","versionString":"","noIsolinuxCfg":false,)"
+    R"("language":"English","languages":[],"editions":[]})"},
+   {"windows7-x64",
+    R"("guestOS":"windows7-64","guestOS64":null,"subVersion":0,)"
+    R"("subVersionName":"GUESS_VERSION_UNKNOWN","versionString":"","noIsolinuxCfg":false,)"
+    R"("language":"en-US","languages":["en-US","de-DE"],"editions":["Windows 7 HOMEBASIC",)"
+    R"("Windows 7 HOMEPREMIUM","Windows 7 PROFESSIONAL","Windows 7 STARTER",)"
+    R"("Windows 7 ULTIMATE"]})"},
+   {"windows8-enterprise",
+    R"("guestOS":"windows8-64","guestOS64":null,"subVersion":23,)"
+    R"("subVersionName":"GUESS_VERSION_DUMMY_LAST","versionString":"","noIsolinuxCfg":false,)"
+    R"("language":"en-US","languages":["en-US"],"editions":["Windows 8 Enterprise"]})"},
 };
 
 TEST(CliDetect, SampleMediaAsJson) {
@@ -88,8 +105,7 @@ TEST(CliDetect, SampleMediaAsJson) {
       if (it == kSamples.end()) {
          continue;
       }
-      EXPECT_TRUE(Contains(lines[i], R"({"image":")" + images[i] + R"(","result":0,)" + it->second))
-         << lines[i];
+      EXPECT_EQ(lines[i], R"({"image":")" + images[i] + R"(","result":0,)" + it->second);
    }
 }
 
@@ -126,7 +142,7 @@ TEST_F(CliDetectMedia, ReadableRecord) {
                           "  subVersion:    0 (GUESS_VERSION_UNKNOWN)\n"
                           "  versionString: \n"
                           "  noIsolinuxCfg: no\n"
-                          "  language:      \n");
+                          "  language:      en-US\n");
 }
 
 TEST_F(CliDetectMedia, ExitCodeIsTheWorstResult) {
