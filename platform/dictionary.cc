@@ -87,6 +87,8 @@ struct Dictionary {
 
 namespace {
 
+const std::string kUtf8 = "UTF-8";
+
 std::string FormatName(const char *fmt, va_list args) {
    char *name = Str_SafeVasprintf(nullptr, fmt, args);
    std::string out(name);
@@ -142,9 +144,13 @@ TRPLATFORM_API Bool Dictionary_LoadFromBuffer(Dictionary *dict, const char *text
 }
 
 TRPLATFORM_API Bool Dictionary_Write(Dictionary *dict, const char *path) noexcept {
+   // Values are held in UTF-8 whatever the file they came from used, so an
+   // ".encoding" entry is written as UTF-8: keeping a loaded "ISO-8859-1"
+   // would convert the values a second time on the next load.
    std::string text;
    for (const Dictionary::Entry &e : dict->entries) {
-      text += e.name + " = " + trp::QuoteDictionaryValue(e.value) + "\n";
+      const std::string &value = trp::DictNamesEqual(e.name, ".encoding") ? kUtf8 : e.value;
+      text += e.name + " = " + trp::QuoteDictionaryValue(value) + "\n";
    }
    // Written beside the target and renamed into place: the file is either
    // the old one or the whole new one.

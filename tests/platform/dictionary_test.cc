@@ -118,6 +118,22 @@ TEST(DictionaryFile, WriteRoundTrips) {
    Dictionary_Free(e);
 }
 
+TEST(DictionaryFile, WrittenTextIsUtf8WhateverItWasLoadedFrom) {
+   trtest::TempDir dir;
+   std::string path = dir.file("latin1.trx");
+   Dictionary *d = Dictionary_Create();
+   ASSERT_TRUE(Dictionary_LoadFromBuffer(d, ".encoding = \"ISO-8859-1\"\nname = \"J\xf6rg\"\n", 0));
+   ASSERT_TRUE(Dictionary_Write(d, path.c_str()));
+   EXPECT_EQ(trtest::ReadFile(path), ".encoding = \"UTF-8\"\nname = \"J\xc3\xb6rg\"\n");
+   Dictionary *e = Dictionary_Create();
+   ASSERT_TRUE(Dictionary_Load(e, path.c_str()));
+   char *name = Dict_GetString(e, nullptr, "name");
+   EXPECT_STREQ(name, "J\xc3\xb6rg");
+   std::free(name);
+   Dictionary_Free(d);
+   Dictionary_Free(e);
+}
+
 TEST(DictionaryGet, TypedValues) {
    Dictionary *d = Dictionary_Create();
    ASSERT_TRUE(Dictionary_LoadFromBuffer(d,
