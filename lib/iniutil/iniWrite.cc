@@ -218,6 +218,11 @@ bool ReplaceFile(const char *path, std::string_view text) {
    if (stat(target.c_str(), &st) != 0) {
       return false;
    }
+   // The rename would replace a file that the caller may not write (a
+   // read-only answer file); refuse it as an open for writing would.
+   if (access(target.c_str(), W_OK) != 0) {
+      return false;
+   }
    std::string tmp = target + ".XXXXXX";
    int fd = mkstemp(tmp.data());
    if (fd < 0) {

@@ -4,7 +4,9 @@
 //    goes, how a line is rewritten, the limits, and that every failure
 //    leaves the file as it was.
 
+#include <csignal>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -178,6 +180,48 @@ TEST(IniWriteFailures, UnwritableDirectoryKeepsTheFile) {
    EXPECT_FALSE(IniUtil_WriteIniFileString(path.c_str(), "s", "k", "new", FALSE));
    chmod(sub.c_str(), 0755);
    EXPECT_EQ(trtest::ReadFile(path), "[s]\nk=v\n");
+}
+
+TEST(IniWriteFailures, ReadOnlyFileIsNotReplaced) {
+   if (geteuid() == 0) {
+      GTEST_SKIP() << "root may write read-only files";
+   }
+   trtest::TempDir dir;
+   std::string path = dir.file("ro.ini");
+   trtest::WriteFile(path, "[s]\nk=v\n");
+   ASSERT_EQ(chmod(path.c_str(), 0444), 0);
+   EXPECT_FALSE(IniUtil_WriteIniFileString(path.c_str(), "s", "k", "new", FALSE));
+   EXPECT_EQ(trtest::ReadFile(path), "[s]\nk=v\n");
+}
+
+// Number of entries in a directory.
+size_t EntryCount(const std::string &dir) {
+   auto r = trtest::RunCommand({"sh", "-c", "ls -A " + dir + " | wc -l"});
+   return static_cast<size_t>(std::stoul(r.output));
+}
+
+// In a child process: sets k in section s with files limited to `limit`
+// bytes, and exits with 7 when the write failed.
+[[noreturn]] void WriteWithFileSizeLimit(const std::string &path, rlim_t limit) {
+   struct rlimit rl;
+   rl.rlim_cur = limit;
+   rl.rlim_max = limit;
+   signal(SIGXFSZ, SIG_IGN);
+   setrlimit(RLIMIT_FSIZE, &rl);
+   _exit(IniUtil_WriteIniFileString(path.c_str(), "s", "k", "new", FALSE) ? 1 : 7);
+}
+
+// A disk that fills while the new text is written: the write fails, the
+// file keeps its old text, and no temporary file stays behind. The file
+// size limit of a child process stands in for the full disk.
+TEST(IniWriteFailuresDeathTest, DiskFullWhileWritingKeepsTheFile) {
+   trtest::TempDir dir;
+   std::string path = dir.file("big.ini");
+   const std::string before = "[s]\n" + std::string(3000, 'x') + "\nk=old\n";
+   trtest::WriteFile(path, before);
+   EXPECT_EXIT(WriteWithFileSizeLimit(path, 2048), ::testing::ExitedWithCode(7), "");
+   EXPECT_EQ(trtest::ReadFile(path), before);
+   EXPECT_EQ(EntryCount(dir.path()), 1u);
 }
 
 TEST(IniWriteFile, KeepsPermissionsAndSymbolicLinks) {
