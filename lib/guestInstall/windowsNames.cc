@@ -80,6 +80,9 @@ void Replace(char **slot, char *text) {
 extern "C" {
 
 TRGUEST_API char *AutoInstall_GetPrettyWindowsName(const char *raw) noexcept {
+   if (raw == nullptr) {
+      return nullptr;
+   }
    const char *lastBlank = std::strrchr(raw, ' ');
    if (lastBlank == nullptr) {
       return UtilSafeStrdup0(raw);
@@ -129,7 +132,8 @@ TRGUEST_API char *AutoInstall_GetPrettyWindowsName(const char *raw) noexcept {
 }
 
 TRGUEST_API Bool AutoInstallIsSupportedWindowsGuest(const GuessInfo *info) noexcept {
-   if (info->guestOS == nullptr || info->subVersion == GUESS_VERSION_WIN8_ENTERPRISE_EVAL) {
+   if (info == nullptr || info->guestOS == nullptr ||
+       info->subVersion == GUESS_VERSION_WIN8_ENTERPRISE_EVAL) {
       return FALSE;
    }
    for (const char *prefix : kSupportedPrefixes) {
@@ -145,7 +149,8 @@ TRGUEST_API AutoInstallTextResult AutoInstallValidateWindowsText(const GuessInfo
                                                                  char **errMsg) noexcept {
    // Passwords and short names are not restricted; the full name becomes a
    // Windows account name.
-   if (kind != AUTOINSTALL_TEXT_NAME || std::strpbrk(text, kForbiddenNameChars) == nullptr) {
+   if (kind != AUTOINSTALL_TEXT_NAME || text == nullptr ||
+       std::strpbrk(text, kForbiddenNameChars) == nullptr) {
       return TEXT_OK;
    }
    if (errMsg != nullptr) {
