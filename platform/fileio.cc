@@ -212,7 +212,10 @@ TRPLATFORM_API int64_t FileIO_GetSize(const FileIODescriptor *fd) noexcept {
 }
 
 TRPLATFORM_API FileIOResult FileIO_SetSize(FileIODescriptor *fd, uint64_t size) noexcept {
-   if (size > static_cast<uint64_t>(INT64_MAX) || ftruncate(fd->posix, static_cast<off_t>(size)) != 0) {
+   if (size > static_cast<uint64_t>(INT64_MAX)) {
+      return FILEIO_WRITE_ERROR_FBIG;
+   }
+   if (ftruncate(fd->posix, static_cast<off_t>(size)) != 0) {
       return FromErrno(errno);
    }
    return FILEIO_SUCCESS;

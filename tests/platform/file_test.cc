@@ -91,6 +91,10 @@ TEST(FileIO, OffsetsBeyondFourGiB) {
    EXPECT_EQ(std::string(buf, 3), "far");
    EXPECT_EQ(FileIO_Pread(&fd, buf, 3, far + 1, &actual), FILEIO_READ_ERROR_EOF);
    EXPECT_EQ(actual, 2u);
+   EXPECT_EQ(FileIO_SetSize(&fd, 6ULL << 30), FILEIO_SUCCESS);
+   EXPECT_EQ(FileIO_GetSize(&fd), static_cast<int64_t>(6ULL << 30));
+   EXPECT_EQ(FileIO_SetSize(&fd, UINT64_MAX), FILEIO_WRITE_ERROR_FBIG);
+   EXPECT_EQ(FileIO_SetSize(&fd, far + 3), FILEIO_SUCCESS);
    FileIO_Close(&fd);
    EXPECT_EQ(File_GetSize(path.c_str()), static_cast<int64_t>(far + 3));
 }
