@@ -192,6 +192,9 @@ bool AssembleNewText(const char *path, const char *section, const char *key, con
    if (std::ferror(file.get())) {
       return false;
    }
+   // An entry already set (in place, or before the header that ended its
+   // section) is not added a second time at the end, also when the file
+   // ends in another section: one set, one entry.
    if (!written) {
       if (out->full()) {
          return false;
