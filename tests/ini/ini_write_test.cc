@@ -100,6 +100,25 @@ TEST(IniWriteRoundTrip, QuotedValueReadsBackWithoutQuotes) {
              "[UserData]\nFullName=\"Jane Doe\"\n[GuiUnattended]\nTimeZone=-4\n");
 }
 
+// Integers are written as decimal text (the extremes fit the 64-byte
+// buffer) and read back, 0 included.
+TEST(IniWriteRoundTrip, IntegersAtTheirLimits) {
+   trtest::TempDir dir;
+   std::string path = dir.file("int.ini");
+   trtest::WriteFile(path, "");
+   const struct {
+      int32_t value;
+      const char *text;
+   } cases[] = {{INT32_MIN, "-2147483648"}, {INT32_MAX, "2147483647"}, {0, "0"}, {-1, "-1"}};
+   for (const auto &c : cases) {
+      ASSERT_TRUE(IniUtil_WriteIniFileInt(path.c_str(), "n", "v", c.value));
+      EXPECT_EQ(trtest::ReadFile(path), std::string("[n]\nv=") + c.text + "\n");
+      int32_t back = 12345;
+      EXPECT_TRUE(IniUtil_GetIniFileInt(path.c_str(), "n", "v", &back)) << c.text;
+      EXPECT_EQ(back, c.value);
+   }
+}
+
 TEST(IniWriteLimits, RewrittenValueIsCutToFitTheLineBuffer) {
    trtest::TempDir dir;
    std::string path = dir.file("cut.ini");
@@ -108,6 +127,10 @@ TEST(IniWriteLimits, RewrittenValueIsCutToFitTheLineBuffer) {
    std::string big(5000, 'v');
    ASSERT_TRUE(IniUtil_WriteIniFileString(path.c_str(), "s", "key", big.c_str(), TRUE));
    EXPECT_EQ(trtest::ReadFile(path), "[s]\nkey=\"" + std::string(1016, 'v') + "\"\n");
+   // Indentation counts into p: 10 blanks and "key =" give p 15.
+   trtest::WriteFile(path, "[s]\n          key =old\n");
+   ASSERT_TRUE(IniUtil_WriteIniFileString(path.c_str(), "s", "key", big.c_str(), FALSE));
+   EXPECT_EQ(trtest::ReadFile(path), "[s]\n          key =" + std::string(1005, 'v') + "\n");
 }
 
 TEST(IniWriteLimits, NewLinesAreCutTo1024BytesAndKeepTheirLineFeed) {
