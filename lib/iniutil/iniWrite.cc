@@ -142,7 +142,7 @@ std::string RewriteEntryLine(std::string_view line, const EntryLine &entry, cons
 // read, holds a header without "]", or grows beyond the working buffer.
 bool AssembleNewText(const char *path, const char *section, const char *key, const char *value,
                      Bool quote, Assembly *out) {
-   FilePtr file(std::fopen(path, "r"));
+   FilePtr file(OpenRegularFile(path));
    if (!file) {
       return false;
    }
