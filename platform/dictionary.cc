@@ -10,11 +10,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <iterator>
 #include <list>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -26,6 +24,7 @@
 #include <trplatform/util.h>
 
 #include "internal/dictparse.hh"
+#include "internal/textfile.hh"
 
 struct Dictionary {
    struct Entry {
@@ -120,23 +119,26 @@ TRPLATFORM_API void Dictionary_Free(Dictionary *dict) noexcept {
 }
 
 TRPLATFORM_API Bool Dictionary_Load(Dictionary *dict, const char *path) noexcept {
-   std::ifstream in(path, std::ios::binary);
-   struct stat st;
-   if (!in || stat(path, &st) != 0 || S_ISDIR(st.st_mode)) {
-      Msg_Append("Cannot open %s: %s", path, std::strerror(errno != 0 ? errno : ENOENT));
+   std::string text;
+   trp::TextFileError error;
+   if (!trp::ReadTextFile(path, trp::kDictMaxTextSize, &text, &error)) {
+      switch (error) {
+      case trp::TextFileError::kCannotOpen:
+         Msg_Append("Cannot open %s: %s", path, std::strerror(errno));
+         break;
+      case trp::TextFileError::kNotRegular:
+         Msg_Append("Cannot open %s: not a regular file", path);
+         break;
+      case trp::TextFileError::kTooLarge:
+         Msg_Append("Syntax error in %s: file too large", path);
+         break;
+      case trp::TextFileError::kReadError:
+         Msg_Append("Cannot read %s: %s", path, std::strerror(errno));
+         break;
+      }
       return FALSE;
    }
-   if (static_cast<uint64_t>(st.st_size) > trp::kDictMaxTextSize) {
-      Msg_Append("Syntax error in %s: file too large", path);
-      return FALSE;
-   }
-   std::ostringstream ss;
-   ss << in.rdbuf();
-   if (in.bad()) {
-      Msg_Append("Cannot read %s", path);
-      return FALSE;
-   }
-   return LoadText(dict, ss.str(), path) ? TRUE : FALSE;
+   return LoadText(dict, text, path) ? TRUE : FALSE;
 }
 
 TRPLATFORM_API Bool Dictionary_LoadFromBuffer(Dictionary *dict, const char *text, int) noexcept {

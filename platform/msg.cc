@@ -8,10 +8,8 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <mutex>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -25,6 +23,7 @@
 #include <trplatform/util.h>
 
 #include "internal/dictparse.hh"
+#include "internal/textfile.hh"
 
 #ifndef TRGUEST_MSG_INSTALL_DIR
 #define TRGUEST_MSG_INSTALL_DIR "/usr/share/trguest/messages"
@@ -123,15 +122,14 @@ struct Catalogue {
          return;
       }
       std::string path = CatalogueDirectory() + "/" + *lang + ".trmsg";
-      std::ifstream in(path, std::ios::binary);
-      if (!in) {
+      std::string text;
+      trp::TextFileError readError;
+      if (!trp::ReadTextFile(path.c_str(), trp::kDictMaxTextSize, &text, &readError)) {
          return;
       }
-      std::ostringstream ss;
-      ss << in.rdbuf();
       trp::DictEntries entries;
       std::string error;
-      if (!trp::ParseDictionaryText(ss.str(), path, &entries, &error)) {
+      if (!trp::ParseDictionaryText(text, path, &entries, &error)) {
          Warning("Message catalogue not used: %s\n", error.c_str());
          return;
       }

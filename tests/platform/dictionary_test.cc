@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -98,6 +99,13 @@ TEST(DictionaryFile, LoadErrorsNameTheFile) {
    EXPECT_FALSE(Dictionary_Load(d, dir.file("missing.trx").c_str()));
    EXPECT_EQ(std::string(Msg_GetMessagesAndReset()),
              "Cannot open " + dir.file("missing.trx") + ": No such file or directory");
+   // Only regular files are read: a FIFO would block, a device never end.
+   std::string fifo = dir.file("fifo");
+   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+   for (const std::string &p : {dir.path(), std::string("/dev/zero"), fifo}) {
+      EXPECT_FALSE(Dictionary_Load(d, p.c_str()));
+      EXPECT_EQ(std::string(Msg_GetMessagesAndReset()), "Cannot open " + p + ": not a regular file");
+   }
    Dictionary_Free(d);
 }
 
