@@ -167,6 +167,12 @@ TEST(FileCopy, OverwriteRuleAndUnlink) {
    EXPECT_EQ(trtest::ReadFile(b), "new");
    EXPECT_FALSE(File_CopyFromNameToName(dir.file("missing").c_str(), b.c_str(), TRUE));
    EXPECT_FALSE(File_CopyFromNameToName(a.c_str(), dir.file("no/dir/c").c_str(), TRUE));
+   // Only regular files are copied, and a FIFO does not block the call.
+   std::string fifo = dir.file("fifo");
+   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+   EXPECT_FALSE(File_CopyFromNameToName(fifo.c_str(), b.c_str(), TRUE));
+   EXPECT_FALSE(File_CopyFromNameToName(dir.path().c_str(), b.c_str(), TRUE));
+   EXPECT_EQ(trtest::ReadFile(b), "new");
    EXPECT_EQ(File_UnlinkIfExists(b.c_str()), 0);
    EXPECT_EQ(File_UnlinkIfExists(b.c_str()), 0);
    EXPECT_FALSE(File_Exists(b.c_str()));
