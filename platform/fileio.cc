@@ -82,15 +82,19 @@ TRPLATFORM_API FileIOResult FileIO_Open(FileIODescriptor *fd, const char *path, 
    if ((flags & O_TRUNC) != 0 && !write) {
       return FILEIO_ERROR;
    }
+   // Host files are regular files. The open does not block, so that a FIFO
+   // at the path cannot hold the caller before it is refused.
    int posix;
    do {
-      posix = ::open(path, flags, 0644);
+      posix = ::open(path, flags | O_NONBLOCK, 0644);
    } while (posix < 0 && errno == EINTR);
    if (posix < 0) {
       return FromErrno(errno);
    }
    struct stat st;
-   if (fstat(posix, &st) == 0 && S_ISDIR(st.st_mode)) {
+   int fl = fcntl(posix, F_GETFL);
+   if (fstat(posix, &st) != 0 || !S_ISREG(st.st_mode) || fl < 0 ||
+       fcntl(posix, F_SETFL, fl & ~O_NONBLOCK) != 0) {
       ::close(posix);
       return FILEIO_ERROR;
    }

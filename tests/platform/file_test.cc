@@ -70,6 +70,11 @@ TEST(FileIO, OpenActions) {
    EXPECT_EQ(trtest::ReadFile(path), "");
    EXPECT_EQ(FileIO_Open(&fd, dir.path().c_str(), FILEIO_OPEN_ACCESS_READ, FILEIO_OPEN),
              FILEIO_ERROR);
+   std::string fifo = dir.file("fifo");
+   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+   EXPECT_EQ(FileIO_Open(&fd, fifo.c_str(), FILEIO_OPEN_ACCESS_READ, FILEIO_OPEN), FILEIO_ERROR);
+   EXPECT_EQ(FileIO_Open(&fd, "/dev/zero", FILEIO_OPEN_ACCESS_READ, FILEIO_OPEN), FILEIO_ERROR);
+   EXPECT_FALSE(FileIO_IsValid(&fd));
    EXPECT_EQ(FileIO_Open(&fd, dir.file("missing").c_str(), FILEIO_OPEN_ACCESS_WRITE,
                          FILEIO_OPEN_EMPTY),
              FILEIO_FILE_NOT_FOUND);
