@@ -14,6 +14,8 @@
 #include <trplatform/file.h>
 #include <trplatform/fileio.h>
 
+#include "internal/imagefile.hh"
+
 #include "testsupport.hh"
 
 namespace {
@@ -102,6 +104,20 @@ TEST(FileIO, OffsetsBeyondFourGiB) {
    EXPECT_EQ(FileIO_SetSize(&fd, far + 3), FILEIO_SUCCESS);
    FileIO_Close(&fd);
    EXPECT_EQ(File_GetSize(path.c_str()), static_cast<int64_t>(far + 3));
+}
+
+TEST(ImageFileOpen, OnlyRegularFilesAndNoBlockingOnAFifo) {
+   trtest::TempDir dir;
+   std::string fifo = dir.file("fifo");
+   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+   trtest::WriteFile(dir.file("img"), std::string(4096, 'i'));
+   for (bool writable : {false, true}) {
+      EXPECT_FALSE(trp::ImageFile::open(fifo, writable).ok());
+      EXPECT_FALSE(trp::ImageFile::open(dir.path(), writable).ok());
+      auto img = trp::ImageFile::open(dir.file("img"), writable);
+      ASSERT_TRUE(img.ok());
+      EXPECT_EQ(img->size(), 4096u);
+   }
 }
 
 TEST(FilePaths, SplitAndJoin) {
