@@ -14,6 +14,9 @@
 #include <trguest/autoinstall.h>
 #include <trguest/guess.h>
 #include <trguest/toolsversion.h>
+#include <trplatform/dynbuf.h>
+#include <trplatform/fileio.h>
+#include <trplatform/guestos.h>
 
 extern "C" {
 struct LayoutRow {
@@ -76,6 +79,14 @@ static_assert(offsetof(ToolsUpdateInfo, repoVersion) == 2 * kPtr);
 static_assert(offsetof(ToolsUpdateInfo, status) == 3 * kPtr);
 static_assert(sizeof(AutoInstallTextResult) == 4);
 static_assert(sizeof(LinuxFlavour) == 4);
+
+// Platform records that callers of the C interface fill or walk.
+static_assert(offsetof(DynBuf, data) == 0 && offsetof(DynBuf, size) == kPtr &&
+              offsetof(DynBuf, allocated) == 2 * kPtr && sizeof(DynBuf) == 3 * kPtr);
+static_assert(offsetof(GuestOSListEntry, name) == 0 && offsetof(GuestOSListEntry, id) == kPtr &&
+              sizeof(GuestOSListEntry) == 2 * kPtr);
+static_assert(offsetof(FileIODescriptor, posix) == 0 &&
+              offsetof(FileIODescriptor, fileName) == kPtr && sizeof(FileIODescriptor) == 2 * kPtr);
 
 // The values of the interface's codes: they are stored and compared by
 // callers, so a renumbering is an interface change.
@@ -153,6 +164,16 @@ TEST(PublicLayout, CAndCxxAgree) {
       SIZE_ROW(ToolsVersionStatus),
       SIZE_ROW(AutoInstallTextResult),
       SIZE_ROW(LinuxFlavour),
+      SIZE_ROW(DynBuf),
+      ROW(DynBuf, data),
+      ROW(DynBuf, size),
+      ROW(DynBuf, allocated),
+      SIZE_ROW(GuestOSListEntry),
+      ROW(GuestOSListEntry, name),
+      ROW(GuestOSListEntry, id),
+      SIZE_ROW(FileIODescriptor),
+      ROW(FileIODescriptor, posix),
+      ROW(FileIODescriptor, fileName),
    };
    size_t seen = 0;
    for (const LayoutRow *r = TrguestCLayoutRows(); r->name != nullptr; r++) {
