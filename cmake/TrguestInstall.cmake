@@ -23,5 +23,8 @@ install(FILES ${PROJECT_BINARY_DIR}/trguestConfig.cmake
               ${PROJECT_BINARY_DIR}/trguestConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/trguest)
 
+# The pkg-config file names the prefix relative to its own directory.
+file(RELATIVE_PATH TRGUEST_PC_TO_PREFIX "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+string(REGEX REPLACE "/$" "" TRGUEST_PC_TO_PREFIX "${TRGUEST_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/trguest.pc.in ${PROJECT_BINARY_DIR}/trguest.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/trguest.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

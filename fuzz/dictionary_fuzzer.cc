@@ -7,12 +7,14 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
-#include <unistd.h>
+#include <strings.h>
 #include <utility>
 #include <vector>
 
 #include <trplatform/dictionary.h>
 #include <trplatform/msg.h>
+
+#include "fuzz_scratch.hh"
 
 namespace {
 
@@ -22,16 +24,8 @@ void Collect(const char *name, const char *value, void *, void *clientData) {
    static_cast<Entries *>(clientData)->emplace_back(name, value);
 }
 
-const std::string &ScratchPath() {
-   static const std::string path = [] {
-      char templ[] = "/tmp/trguest-dict-fuzz-XXXXXX";
-      int fd = mkstemp(templ);
-      if (fd >= 0) {
-         close(fd);
-      }
-      return std::string(templ);
-   }();
-   return path;
+bool IsEncodingName(const std::string &name) {
+   return name.size() == 9 && strncasecmp(name.c_str(), ".encoding", 9) == 0;
 }
 
 }  // namespace
@@ -47,20 +41,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
          Dictionary_Get(d, &fallback, DICT_LONG, e.first.c_str());
          Dictionary_Get(d, &fallback, DICT_BOOL, e.first.c_str());
       }
-      if (Dictionary_Write(d, ScratchPath().c_str())) {
-         Dictionary *again = Dictionary_Create();
-         Entries after;
-         // Only UTF-8 texts read back the same: a converted text is written
-         // in UTF-8 under its old ".encoding" entry.
-         bool utf8 = true;
-         for (const auto &e : before) {
-            if (e.first == ".encoding" && e.second != "UTF-8") utf8 = false;
+      const std::string &path = fuzz::ScratchPath("dict");
+      if (Dictionary_Write(d, path.c_str())) {
+         // The written text loads back with the same entries; values are
+         // written in UTF-8, so an ".encoding" entry now says so.
+         Entries expected = before;
+         for (auto &e : expected) {
+            if (IsEncodingName(e.first)) e.second = "UTF-8";
          }
-         if (!Dictionary_Load(again, ScratchPath().c_str()) && utf8) {
+         Dictionary *again = Dictionary_Create();
+         if (!Dictionary_Load(again, path.c_str())) {
             std::abort();
          }
+         Entries after;
          Dictionary_Iterate(again, Collect, &after, TRUE);
-         if (utf8 && after != before) {
+         if (after != expected) {
             std::abort();
          }
          Dictionary_Free(again);

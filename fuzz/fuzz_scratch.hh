@@ -13,14 +13,31 @@
 
 namespace fuzz {
 
+// The scratch file's name, kept in plain storage so that it is still there
+// when the exit handler removes the file.
+inline char *ScratchName() {
+   static char name[256];
+   return name;
+}
+
+inline void RemoveScratch() {
+   if (ScratchName()[0] != '\0') {
+      unlink(ScratchName());
+   }
+}
+
+// The file is removed when the process exits normally, so that replays
+// leave nothing behind in /tmp.
 inline const std::string &ScratchPath(const char *tag) {
    static const std::string path = [tag] {
       std::string templ = std::string("/tmp/trguest-fuzz-") + tag + "-XXXXXX";
       int fd = mkstemp(templ.data());
-      if (fd < 0) {
+      if (fd < 0 || templ.size() >= 256) {
          std::abort();
       }
       close(fd);
+      templ.copy(ScratchName(), templ.size());
+      std::atexit(RemoveScratch);
       return templ;
    }();
    return path;

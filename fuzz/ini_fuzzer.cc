@@ -4,43 +4,14 @@
 //    value and an integer, sets a value (quoted and not) and reads it back.
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
-#include <unistd.h>
 
 #include <trguest/iniutil.h>
 
-namespace {
-
-const std::string &ScratchPath() {
-   static const std::string path = [] {
-      char templ[] = "/tmp/trguest-ini-fuzz-XXXXXX";
-      int fd = mkstemp(templ);
-      if (fd >= 0) {
-         close(fd);
-      }
-      return std::string(templ);
-   }();
-   return path;
-}
-
-void WriteAll(const std::string &path, const uint8_t *data, size_t size) {
-   FILE *f = std::fopen(path.c_str(), "wb");
-   if (f == nullptr) {
-      std::abort();
-   }
-   if (size > 0 && std::fwrite(data, 1, size, f) != size) {
-      std::abort();
-   }
-   std::fclose(f);
-}
-
-}  // namespace
+#include "fuzz_scratch.hh"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-   const std::string &path = ScratchPath();
-   WriteAll(path, data, size);
+   const std::string &path = fuzz::WriteScratch("ini", data, size);
 
    char value[64];
    int32_t n = 0;

@@ -10,11 +10,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <iterator>
 #include <list>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -26,6 +24,7 @@
 #include <trplatform/util.h>
 
 #include "internal/dictparse.hh"
+#include "internal/textfile.hh"
 
 struct Dictionary {
    struct Entry {
@@ -87,6 +86,8 @@ struct Dictionary {
 
 namespace {
 
+const std::string kUtf8 = "UTF-8";
+
 std::string FormatName(const char *fmt, va_list args) {
    char *name = Str_SafeVasprintf(nullptr, fmt, args);
    std::string out(name);
@@ -118,23 +119,26 @@ TRPLATFORM_API void Dictionary_Free(Dictionary *dict) noexcept {
 }
 
 TRPLATFORM_API Bool Dictionary_Load(Dictionary *dict, const char *path) noexcept {
-   std::ifstream in(path, std::ios::binary);
-   struct stat st;
-   if (!in || stat(path, &st) != 0 || S_ISDIR(st.st_mode)) {
-      Msg_Append("Cannot open %s: %s", path, std::strerror(errno != 0 ? errno : ENOENT));
+   std::string text;
+   trp::TextFileError error;
+   if (!trp::ReadTextFile(path, trp::kDictMaxTextSize, &text, &error)) {
+      switch (error) {
+      case trp::TextFileError::kCannotOpen:
+         Msg_Append("Cannot open %s: %s", path, std::strerror(errno));
+         break;
+      case trp::TextFileError::kNotRegular:
+         Msg_Append("Cannot open %s: not a regular file", path);
+         break;
+      case trp::TextFileError::kTooLarge:
+         Msg_Append("Syntax error in %s: file too large", path);
+         break;
+      case trp::TextFileError::kReadError:
+         Msg_Append("Cannot read %s: %s", path, std::strerror(errno));
+         break;
+      }
       return FALSE;
    }
-   if (static_cast<uint64_t>(st.st_size) > trp::kDictMaxTextSize) {
-      Msg_Append("Syntax error in %s: file too large", path);
-      return FALSE;
-   }
-   std::ostringstream ss;
-   ss << in.rdbuf();
-   if (in.bad()) {
-      Msg_Append("Cannot read %s", path);
-      return FALSE;
-   }
-   return LoadText(dict, ss.str(), path) ? TRUE : FALSE;
+   return LoadText(dict, text, path) ? TRUE : FALSE;
 }
 
 TRPLATFORM_API Bool Dictionary_LoadFromBuffer(Dictionary *dict, const char *text, int) noexcept {
@@ -142,9 +146,13 @@ TRPLATFORM_API Bool Dictionary_LoadFromBuffer(Dictionary *dict, const char *text
 }
 
 TRPLATFORM_API Bool Dictionary_Write(Dictionary *dict, const char *path) noexcept {
+   // Values are held in UTF-8 whatever the file they came from used, so an
+   // ".encoding" entry is written as UTF-8: keeping a loaded "ISO-8859-1"
+   // would convert the values a second time on the next load.
    std::string text;
    for (const Dictionary::Entry &e : dict->entries) {
-      text += e.name + " = " + trp::QuoteDictionaryValue(e.value) + "\n";
+      const std::string &value = trp::DictNamesEqual(e.name, ".encoding") ? kUtf8 : e.value;
+      text += e.name + " = " + trp::QuoteDictionaryValue(value) + "\n";
    }
    // Written beside the target and renamed into place: the file is either
    // the old one or the whole new one.

@@ -136,7 +136,9 @@ TRPLATFORM_API Bool File_CopyFromNameToName(const char *src, const char *dst,
    if (!overwrite && File_Exists(dst)) {
       return FALSE;
    }
-   int from = ::open(src, O_RDONLY | O_CLOEXEC);
+   // Opened without blocking, so that a FIFO cannot hold the call before
+   // its type is checked; reads of a regular file ignore the flag.
+   int from = ::open(src, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
    if (from < 0) {
       return FALSE;
    }

@@ -82,15 +82,19 @@ TRPLATFORM_API FileIOResult FileIO_Open(FileIODescriptor *fd, const char *path, 
    if ((flags & O_TRUNC) != 0 && !write) {
       return FILEIO_ERROR;
    }
+   // Host files are regular files. The open does not block, so that a FIFO
+   // at the path cannot hold the caller before it is refused.
    int posix;
    do {
-      posix = ::open(path, flags, 0644);
+      posix = ::open(path, flags | O_NONBLOCK, 0644);
    } while (posix < 0 && errno == EINTR);
    if (posix < 0) {
       return FromErrno(errno);
    }
    struct stat st;
-   if (fstat(posix, &st) == 0 && S_ISDIR(st.st_mode)) {
+   int fl = fcntl(posix, F_GETFL);
+   if (fstat(posix, &st) != 0 || !S_ISREG(st.st_mode) || fl < 0 ||
+       fcntl(posix, F_SETFL, fl & ~O_NONBLOCK) != 0) {
       ::close(posix);
       return FILEIO_ERROR;
    }
@@ -212,7 +216,10 @@ TRPLATFORM_API int64_t FileIO_GetSize(const FileIODescriptor *fd) noexcept {
 }
 
 TRPLATFORM_API FileIOResult FileIO_SetSize(FileIODescriptor *fd, uint64_t size) noexcept {
-   if (size > static_cast<uint64_t>(INT64_MAX) || ftruncate(fd->posix, static_cast<off_t>(size)) != 0) {
+   if (size > static_cast<uint64_t>(INT64_MAX)) {
+      return FILEIO_WRITE_ERROR_FBIG;
+   }
+   if (ftruncate(fd->posix, static_cast<off_t>(size)) != 0) {
       return FromErrno(errno);
    }
    return FILEIO_SUCCESS;

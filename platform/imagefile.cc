@@ -15,7 +15,9 @@ namespace trp {
 
 Result<ImageFile, FileError> ImageFile::open(const std::string &path, bool writable,
                                              std::atomic<uint64_t> *readCounter) {
-   int fd = ::open(path.c_str(), (writable ? O_RDWR : O_RDONLY) | O_CLOEXEC);
+   // Without blocking: a FIFO at the path is refused below instead of
+   // holding the caller. Positioned I/O on a regular file ignores the flag.
+   int fd = ::open(path.c_str(), (writable ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NONBLOCK);
    if (fd < 0) {
       return Err{FileError::Open};
    }

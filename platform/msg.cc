@@ -8,23 +8,28 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <mutex>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
+
+#include <dlfcn.h>
+#include <sys/stat.h>
 
 #include <trplatform/log.h>
 #include <trplatform/str.h>
 #include <trplatform/util.h>
 
 #include "internal/dictparse.hh"
+#include "internal/textfile.hh"
 
 #ifndef TRGUEST_MSG_INSTALL_DIR
 #define TRGUEST_MSG_INSTALL_DIR "/usr/share/trguest/messages"
+#endif
+#ifndef TRGUEST_MSG_RELATIVE_DIR
+#define TRGUEST_MSG_RELATIVE_DIR "../share/trguest/messages"
 #endif
 
 namespace {
@@ -74,6 +79,30 @@ std::optional<std::string> CurrentLanguage() {
    return std::nullopt;
 }
 
+// The directory of the catalogues: TRGUEST_MSG_DIR when set; else the
+// install tree's directory as seen from where this library was loaded, so
+// that a tree installed under another prefix than the configured one (or
+// moved) still finds its own catalogues; else the configured directory.
+std::string CatalogueDirectory() {
+   const char *dirEnv = std::getenv("TRGUEST_MSG_DIR");
+   if (dirEnv != nullptr && *dirEnv != '\0') {
+      return dirEnv;
+   }
+   Dl_info info;
+   if (dladdr(reinterpret_cast<void *>(&Msg_GetString), &info) != 0 && info.dli_fname != nullptr) {
+      std::string lib(info.dli_fname);
+      size_t slash = lib.rfind('/');
+      if (slash != std::string::npos) {
+         std::string dir = lib.substr(0, slash + 1) + TRGUEST_MSG_RELATIVE_DIR;
+         struct stat st;
+         if (stat(dir.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+            return dir;
+         }
+      }
+   }
+   return TRGUEST_MSG_INSTALL_DIR;
+}
+
 struct Catalogue {
    std::mutex lock;
    bool loaded = false;
@@ -92,18 +121,15 @@ struct Catalogue {
       if (!lang) {
          return;
       }
-      const char *dirEnv = std::getenv("TRGUEST_MSG_DIR");
-      std::string dir = dirEnv != nullptr && *dirEnv != '\0' ? dirEnv : TRGUEST_MSG_INSTALL_DIR;
-      std::string path = dir + "/" + *lang + ".trmsg";
-      std::ifstream in(path, std::ios::binary);
-      if (!in) {
+      std::string path = CatalogueDirectory() + "/" + *lang + ".trmsg";
+      std::string text;
+      trp::TextFileError readError;
+      if (!trp::ReadTextFile(path.c_str(), trp::kDictMaxTextSize, &text, &readError)) {
          return;
       }
-      std::ostringstream ss;
-      ss << in.rdbuf();
       trp::DictEntries entries;
       std::string error;
-      if (!trp::ParseDictionaryText(ss.str(), path, &entries, &error)) {
+      if (!trp::ParseDictionaryText(text, path, &entries, &error)) {
          Warning("Message catalogue not used: %s\n", error.c_str());
          return;
       }

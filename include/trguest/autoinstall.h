@@ -69,8 +69,9 @@ TRGUEST_API Bool AutoInstall_IsSupportedGuest(const GuessInfo *info) TR_NOEXCEPT
 TRGUEST_API Bool AutoInstall_GetInstallConfigInfo(const char *family, const GuessInfo *info,
                                                   InstallConfigInfo *config) TR_NOEXCEPT;
 /* Validators: on a result other than TEXT_OK and a non-NULL errMsg, *errMsg
- * receives the localised message. Any family other than "windows" and
- * "linux" stops the process. */
+ * receives the localised message (free()). A NULL text is checked as the
+ * empty text. Any family other than "windows" and "linux" (NULL included)
+ * stops the process. */
 TRGUEST_API AutoInstallTextResult AutoInstall_ValidatePassword(const char *family,
                                                                const GuessInfo *info,
                                                                const char *text, char **errMsg) TR_NOEXCEPT;
@@ -119,6 +120,9 @@ TRGUEST_API Bool AutoInstall_PrepareAnswerFileEx(const char *winntSifTemplate,
                                                  const char *guestOS, int32_t subVersion,
                                                  const char *destDir, const char *language,
                                                  const char *imageName, Bool autoLogon) TR_NOEXCEPT;
+/* Readable, localised name of a raw edition name such as
+ * "Windows 7 PROFESSIONALN"; a copy of the raw name when its edition is not
+ * known; NULL for NULL. Newly allocated (free()). */
 TRGUEST_API char *AutoInstall_GetPrettyWindowsName(const char *rawEditionName) TR_NOEXCEPT;
 TRGUEST_API Bool AutoInstallIsSupportedWindowsGuest(const GuessInfo *info) TR_NOEXCEPT;
 TRGUEST_API AutoInstallTextResult AutoInstallValidateWindowsText(const GuessInfo *info,

@@ -66,10 +66,10 @@ void CopyGuestRow(const InstallConfigGuestRow &row, InstallConfigInfo *config) {
 
 AutoInstallTextResult ValidateText(const char *family, const GuessInfo *info, const char *text,
                                    int32_t kind, char **errMsg) {
-   if (std::strcmp(family, "windows") == 0) {
+   if (family != nullptr && std::strcmp(family, "windows") == 0) {
       return AutoInstallValidateWindowsText(info, text, kind, errMsg);
    }
-   if (std::strcmp(family, "linux") == 0) {
+   if (family != nullptr && std::strcmp(family, "linux") == 0) {
       return AutoInstallValidateLinuxText(info, text, kind, errMsg);
    }
    // Callers pass only the two families; anything else is a programming error.
@@ -87,7 +87,7 @@ const InstallConfigFamilyRow installConfigTable[] = {
 extern "C" {
 
 TRGUEST_API Bool AutoInstall_IsSupportedGuest(const GuessInfo *info) noexcept {
-   if (info->guestOS == nullptr) {
+   if (info == nullptr || info->guestOS == nullptr) {
       return FALSE;
    }
    if (AutoInstallIsSupportedWindowsGuest(info)) {

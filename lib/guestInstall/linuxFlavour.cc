@@ -74,6 +74,9 @@ LinuxFlavour GetLinuxFlavour(const char *guestOS) {
 extern "C" {
 
 TRGUEST_API Bool AutoInstallIsSupportedLinuxGuest(const GuessInfo *info) noexcept {
+   if (info == nullptr) {
+      return FALSE;
+   }
    const uint32_t sub = info->subVersion;
    switch (GetLinuxFlavour(info->guestOS)) {
    case LINUX_FLAVOUR_REDHAT:
@@ -98,10 +101,15 @@ TRGUEST_API Bool AutoInstallIsSupportedLinuxGuest(const GuessInfo *info) noexcep
 TRGUEST_API AutoInstallTextResult AutoInstallValidateLinuxText(const GuessInfo *info,
                                                                const char *text, int32_t kind,
                                                                char **errMsg) noexcept {
+   // A missing text is checked as the empty one, as a form field left empty.
+   if (text == nullptr) {
+      text = "";
+   }
+   const LinuxFlavour flavour = info != nullptr ? GetLinuxFlavour(info->guestOS) : LINUX_FLAVOUR_NONE;
    // Byte ranges, not locale classes: the installers check bytes.
    switch (kind) {
    case AUTOINSTALL_TEXT_SHORT_NAME:
-      if (GetLinuxFlavour(info->guestOS) == LINUX_FLAVOUR_UBUNTU && !IsLowerAscii(text[0])) {
+      if (flavour == LINUX_FLAVOUR_UBUNTU && !IsLowerAscii(text[0])) {
          return Refuse(TEXT_BAD_UBUNTU_USERNAME,
                        "@&!*@*@(msg.autoinstall.bad_ubuntu_username)The user name must start "
                        "with a lowercase US English character.\nEnter a new value.",

@@ -12,13 +12,11 @@
 #include <trplatform/strutil.h>
 #include <trplatform/util.h>
 
+#include "windowsNames.h"
+
 namespace {
 
-// (token, catalogue text) pairs, each table ended by a pair of nulls.
-struct NameRow {
-   const char *token;
-   const char *text;
-};
+using NameRow = WindowsNameRow;
 
 // A row matches when its name begins with the raw product name.
 constexpr NameRow kProductNames[] = {
@@ -77,9 +75,11 @@ void Replace(char **slot, char *text) {
 
 }  // namespace
 
-extern "C" {
-
-TRGUEST_API char *AutoInstall_GetPrettyWindowsName(const char *raw) noexcept {
+char *ComposeWindowsEditionName(const char *raw, const WindowsNameRow *products,
+                                const WindowsNameRow *editions, const WindowsNameRow *suffixes) {
+   if (raw == nullptr) {
+      return nullptr;
+   }
    const char *lastBlank = std::strrchr(raw, ' ');
    if (lastBlank == nullptr) {
       return UtilSafeStrdup0(raw);
@@ -88,7 +88,7 @@ TRGUEST_API char *AutoInstall_GetPrettyWindowsName(const char *raw) noexcept {
    const char *editionPart = lastBlank + 1;
 
    char *product = nullptr;
-   for (const NameRow *row = kProductNames; row->token != nullptr; row++) {
+   for (const NameRow *row = products; row->token != nullptr; row++) {
       if (std::strncmp(row->token, raw, productLen) == 0) {
          product = Msg_GetString(row->text);
          break;
@@ -102,7 +102,7 @@ TRGUEST_API char *AutoInstall_GetPrettyWindowsName(const char *raw) noexcept {
    // found before it; an exact match ends the walk.
    char *edition = nullptr;
    char *suffix = nullptr;
-   for (const NameRow *row = kEditions; row->token != nullptr; row++) {
+   for (const NameRow *row = editions; row->token != nullptr; row++) {
       if (std::strcmp(editionPart, row->token) == 0) {
          Replace(&edition, Msg_GetString(row->text));
          break;
@@ -110,9 +110,9 @@ TRGUEST_API char *AutoInstall_GetPrettyWindowsName(const char *raw) noexcept {
       if (StrUtil_StartsWith(editionPart, row->token)) {
          Replace(&edition, Msg_GetString(row->text));
          const char *rest = editionPart + std::strlen(row->token);
-         for (const NameRow *s = kSuffixes; s->token != nullptr; s++) {
-            if (std::strcmp(rest, s->token) == 0) {
-               Replace(&suffix, Msg_GetString(s->text));
+         for (const NameRow *sfx = suffixes; sfx->token != nullptr; sfx++) {
+            if (std::strcmp(rest, sfx->token) == 0) {
+               Replace(&suffix, Msg_GetString(sfx->text));
                break;
             }
          }
@@ -128,8 +128,15 @@ TRGUEST_API char *AutoInstall_GetPrettyWindowsName(const char *raw) noexcept {
    return result;
 }
 
+extern "C" {
+
+TRGUEST_API char *AutoInstall_GetPrettyWindowsName(const char *raw) noexcept {
+   return ComposeWindowsEditionName(raw, kProductNames, kEditions, kSuffixes);
+}
+
 TRGUEST_API Bool AutoInstallIsSupportedWindowsGuest(const GuessInfo *info) noexcept {
-   if (info->guestOS == nullptr || info->subVersion == GUESS_VERSION_WIN8_ENTERPRISE_EVAL) {
+   if (info == nullptr || info->guestOS == nullptr ||
+       info->subVersion == GUESS_VERSION_WIN8_ENTERPRISE_EVAL) {
       return FALSE;
    }
    for (const char *prefix : kSupportedPrefixes) {
@@ -145,7 +152,8 @@ TRGUEST_API AutoInstallTextResult AutoInstallValidateWindowsText(const GuessInfo
                                                                  char **errMsg) noexcept {
    // Passwords and short names are not restricted; the full name becomes a
    // Windows account name.
-   if (kind != AUTOINSTALL_TEXT_NAME || std::strpbrk(text, kForbiddenNameChars) == nullptr) {
+   if (kind != AUTOINSTALL_TEXT_NAME || text == nullptr ||
+       std::strpbrk(text, kForbiddenNameChars) == nullptr) {
       return TEXT_OK;
    }
    if (errMsg != nullptr) {

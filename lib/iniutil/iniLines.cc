@@ -4,7 +4,32 @@
 
 #include "iniLines.hh"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace trguest::ini {
+
+std::FILE *OpenRegularFile(const char *path) {
+   // Opened without blocking, so that a FIFO without a writer cannot hold
+   // the call; the type is then checked on what was opened.
+   int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+   if (fd < 0) {
+      return nullptr;
+   }
+   struct stat st;
+   int flags = fcntl(fd, F_GETFL);
+   if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || flags < 0 ||
+       fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0) {
+      close(fd);
+      return nullptr;
+   }
+   std::FILE *file = fdopen(fd, "r");
+   if (file == nullptr) {
+      close(fd);
+   }
+   return file;
+}
 
 size_t ReadLine(std::FILE *file, char *buf) {
    size_t n = 0;

@@ -16,6 +16,11 @@ namespace trguest::ini {
 constexpr size_t kLineBufferSize = 1024;
 constexpr size_t kMaxLineRead = kLineBufferSize - 1;
 
+// Opens a regular file for reading ("r"); NULL for anything else. A FIFO
+// would block the open and a device such as /dev/zero would never end, so
+// neither is read.
+std::FILE *OpenRegularFile(const char *path);
+
 // Reads the next line of `file` into buf (kLineBufferSize bytes, NUL
 // added). Returns the number of bytes read, which may include NUL bytes of
 // the file; 0 at the end of the file or on a read error.

@@ -34,7 +34,7 @@ TRGUEST_API Bool IniUtil_GetIniFileString(const char *path, const char *section,
    if (size < 1 || value == nullptr) {
       return FALSE;
    }
-   FilePtr file(std::fopen(path, "r"));
+   FilePtr file(OpenRegularFile(path));
    if (!file) {
       return FALSE;
    }
@@ -82,7 +82,8 @@ TRGUEST_API Bool IniUtil_GetIniFileString(const char *path, const char *section,
       value[v.size()] = '\0';
       return TRUE;
    }
-   return TRUE;
+   // A read error is not the end of the file: the key may lie beyond it.
+   return std::ferror(file.get()) ? FALSE : TRUE;
 }
 
 TRGUEST_API Bool IniUtil_GetIniFileInt(const char *path, const char *section, const char *key,

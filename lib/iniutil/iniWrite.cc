@@ -142,7 +142,7 @@ std::string RewriteEntryLine(std::string_view line, const EntryLine &entry, cons
 // read, holds a header without "]", or grows beyond the working buffer.
 bool AssembleNewText(const char *path, const char *section, const char *key, const char *value,
                      Bool quote, Assembly *out) {
-   FilePtr file(std::fopen(path, "r"));
+   FilePtr file(OpenRegularFile(path));
    if (!file) {
       return false;
    }
@@ -192,6 +192,9 @@ bool AssembleNewText(const char *path, const char *section, const char *key, con
    if (std::ferror(file.get())) {
       return false;
    }
+   // An entry already set (in place, or before the header that ended its
+   // section) is not added a second time at the end, also when the file
+   // ends in another section: one set, one entry.
    if (!written) {
       if (out->full()) {
          return false;
@@ -216,6 +219,11 @@ bool ReplaceFile(const char *path, std::string_view text) {
 
    struct stat st;
    if (stat(target.c_str(), &st) != 0) {
+      return false;
+   }
+   // The rename would replace a file that the caller may not write (a
+   // read-only answer file); refuse it as an open for writing would.
+   if (access(target.c_str(), W_OK) != 0) {
       return false;
    }
    std::string tmp = target + ".XXXXXX";

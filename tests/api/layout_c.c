@@ -12,6 +12,9 @@
 #include <trguest/guess.h>
 #include <trguest/iniutil.h>
 #include <trguest/toolsversion.h>
+#include <trplatform/dynbuf.h>
+#include <trplatform/fileio.h>
+#include <trplatform/guestos.h>
 
 #define FIELD(type, field) {#type "." #field, offsetof(type, field)}
 #define SIZE(type) {#type, sizeof(type)}
@@ -60,6 +63,16 @@ static const struct LayoutRow rows[] = {
    SIZE(ToolsVersionStatus),
    SIZE(AutoInstallTextResult),
    SIZE(LinuxFlavour),
+   SIZE(DynBuf),
+   FIELD(DynBuf, data),
+   FIELD(DynBuf, size),
+   FIELD(DynBuf, allocated),
+   SIZE(GuestOSListEntry),
+   FIELD(GuestOSListEntry, name),
+   FIELD(GuestOSListEntry, id),
+   SIZE(FileIODescriptor),
+   FIELD(FileIODescriptor, posix),
+   FIELD(FileIODescriptor, fileName),
    {NULL, 0},
 };
 

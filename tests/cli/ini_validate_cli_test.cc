@@ -44,12 +44,54 @@ TEST(CliIni, GetAndSet) {
    EXPECT_EQ(Tool({"ini", "set", ini, "s", "k", "v", "--quoted"}).exitCode, 64);
 }
 
+// A winnt.sif template edited entry by entry as the Windows answer file is
+// made: existing entries change in place (their line now ends in LF),
+// missing ones go to the end of their section, before the next header.
+TEST(CliIni, WinntSifTemplateGainsTheAnswerEntries) {
+   trtest::TempDir dir;
+   std::string sif = dir.file("winnt.sif");
+   trtest::WriteFile(sif,
+                     ";SetupMgrTag\r\n[Data]\r\n    AutoPartition=1\r\n"
+                     "    UnattendedInstall=\"Yes\"\r\n\r\n"
+                     "[GuiUnattended]\r\n    AdminPassword=*\r\n    TimeZone=85\r\n"
+                     "    OemSkipWelcome=1\r\n\r\n"
+                     "[UserData]\r\n    FullName=\" \"\r\n    ComputerName=*\r\n\r\n"
+                     "[Identification]\r\n    JoinWorkgroup=WORKGROUP\r\n");
+   const std::vector<std::vector<std::string>> sets = {
+      {"UserData", "ProductKey", "AAAAA-BBBBB-CCCCC-DDDDD-EEEEE", "--quote"},
+      {"UserData", "FullName", "Jane Doe", "--quote"},
+      {"GuiUnattended", "AdminPassword", "s3cret", "--quote"},
+      {"GuiUnattended", "AutoLogon", "Yes"},
+      {"GuiUnattended", "AutoLogonCount", "1"},
+      {"GuiUnattended", "TimeZone", "4"},
+   };
+   for (const auto &set : sets) {
+      std::vector<std::string> args = {"ini", "set", sif};
+      args.insert(args.end(), set.begin(), set.end());
+      EXPECT_EQ(Tool(args).exitCode, 0) << set[1];
+   }
+   EXPECT_EQ(trtest::ReadFile(sif),
+             ";SetupMgrTag\r\n[Data]\r\n    AutoPartition=1\r\n"
+             "    UnattendedInstall=\"Yes\"\r\n\r\n"
+             "[GuiUnattended]\r\n    AdminPassword=\"s3cret\"\n    TimeZone=4\n"
+             "    OemSkipWelcome=1\r\n\r\nAutoLogon=Yes\nAutoLogonCount=1\n"
+             "[UserData]\r\n    FullName=\"Jane Doe\"\n    ComputerName=*\r\n\r\n"
+             "ProductKey=\"AAAAA-BBBBB-CCCCC-DDDDD-EEEEE\"\n"
+             "[Identification]\r\n    JoinWorkgroup=WORKGROUP\r\n");
+   auto r = Tool({"ini", "get", sif, "USERDATA", "fullname"});
+   EXPECT_EQ(r.output, "Jane Doe\n");
+}
+
 TEST(CliValidate, ResultNamesMessagesAndExitCodes) {
    struct {
       std::vector<std::string> args;
       int exitCode;
       std::string output;
    } cases[] = {
+      {{"--family", "linux", "--guest", "ubuntu", "--short-name", "1abc"},
+       1,
+       "TEXT_BAD_UBUNTU_USERNAME\nThe user name must start with a lowercase US English "
+       "character.\nEnter a new value.\n"},
       {{"--family", "linux", "--guest", "ubuntu-64", "--short-name", "jane"}, 0, "TEXT_OK\n"},
       {{"--family", "linux", "--guest", "ubuntu-64", "--short-name", "9jane"},
        1,

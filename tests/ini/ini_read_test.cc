@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <string>
+#include <sys/stat.h>
 
 #include <gtest/gtest.h>
 
@@ -95,6 +96,15 @@ TEST(IniReadLimits, MissingFileAndNullBufferFail) {
    EXPECT_FALSE(IniUtil_GetIniFileString("/nonexistent/x.ini", "s", "k", buf, sizeof buf));
    EXPECT_STREQ(buf, "keep");
    trtest::TempDir dir;
+   // What is not a regular file is not read: a directory, an endless
+   // device, a FIFO without a writer (which would block the open).
+   std::string fifo = dir.file("fifo");
+   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+   for (const std::string &path : {dir.path(), std::string("/dev/zero"), fifo}) {
+      EXPECT_FALSE(IniUtil_GetIniFileString(path.c_str(), "s", "k", buf, sizeof buf)) << path;
+      EXPECT_FALSE(IniUtil_WriteIniFileString(path.c_str(), "s", "k", "v", FALSE)) << path;
+   }
+   EXPECT_STREQ(buf, "keep");
    trtest::WriteFile(dir.file("a.ini"), "[s]\nk=v\n");
    EXPECT_FALSE(IniUtil_GetIniFileString(dir.file("a.ini").c_str(), "s", "k", nullptr, 16));
 }

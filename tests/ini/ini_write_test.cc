@@ -4,7 +4,9 @@
 //    goes, how a line is rewritten, the limits, and that every failure
 //    leaves the file as it was.
 
+#include <csignal>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -98,6 +100,25 @@ TEST(IniWriteRoundTrip, QuotedValueReadsBackWithoutQuotes) {
              "[UserData]\nFullName=\"Jane Doe\"\n[GuiUnattended]\nTimeZone=-4\n");
 }
 
+// Integers are written as decimal text (the extremes fit the 64-byte
+// buffer) and read back, 0 included.
+TEST(IniWriteRoundTrip, IntegersAtTheirLimits) {
+   trtest::TempDir dir;
+   std::string path = dir.file("int.ini");
+   trtest::WriteFile(path, "");
+   const struct {
+      int32_t value;
+      const char *text;
+   } cases[] = {{INT32_MIN, "-2147483648"}, {INT32_MAX, "2147483647"}, {0, "0"}, {-1, "-1"}};
+   for (const auto &c : cases) {
+      ASSERT_TRUE(IniUtil_WriteIniFileInt(path.c_str(), "n", "v", c.value));
+      EXPECT_EQ(trtest::ReadFile(path), std::string("[n]\nv=") + c.text + "\n");
+      int32_t back = 12345;
+      EXPECT_TRUE(IniUtil_GetIniFileInt(path.c_str(), "n", "v", &back)) << c.text;
+      EXPECT_EQ(back, c.value);
+   }
+}
+
 TEST(IniWriteLimits, RewrittenValueIsCutToFitTheLineBuffer) {
    trtest::TempDir dir;
    std::string path = dir.file("cut.ini");
@@ -106,6 +127,10 @@ TEST(IniWriteLimits, RewrittenValueIsCutToFitTheLineBuffer) {
    std::string big(5000, 'v');
    ASSERT_TRUE(IniUtil_WriteIniFileString(path.c_str(), "s", "key", big.c_str(), TRUE));
    EXPECT_EQ(trtest::ReadFile(path), "[s]\nkey=\"" + std::string(1016, 'v') + "\"\n");
+   // Indentation counts into p: 10 blanks and "key =" give p 15.
+   trtest::WriteFile(path, "[s]\n          key =old\n");
+   ASSERT_TRUE(IniUtil_WriteIniFileString(path.c_str(), "s", "key", big.c_str(), FALSE));
+   EXPECT_EQ(trtest::ReadFile(path), "[s]\n          key =" + std::string(1005, 'v') + "\n");
 }
 
 TEST(IniWriteLimits, NewLinesAreCutTo1024BytesAndKeepTheirLineFeed) {
@@ -178,6 +203,48 @@ TEST(IniWriteFailures, UnwritableDirectoryKeepsTheFile) {
    EXPECT_FALSE(IniUtil_WriteIniFileString(path.c_str(), "s", "k", "new", FALSE));
    chmod(sub.c_str(), 0755);
    EXPECT_EQ(trtest::ReadFile(path), "[s]\nk=v\n");
+}
+
+TEST(IniWriteFailures, ReadOnlyFileIsNotReplaced) {
+   if (geteuid() == 0) {
+      GTEST_SKIP() << "root may write read-only files";
+   }
+   trtest::TempDir dir;
+   std::string path = dir.file("ro.ini");
+   trtest::WriteFile(path, "[s]\nk=v\n");
+   ASSERT_EQ(chmod(path.c_str(), 0444), 0);
+   EXPECT_FALSE(IniUtil_WriteIniFileString(path.c_str(), "s", "k", "new", FALSE));
+   EXPECT_EQ(trtest::ReadFile(path), "[s]\nk=v\n");
+}
+
+// Number of entries in a directory.
+size_t EntryCount(const std::string &dir) {
+   auto r = trtest::RunCommand({"sh", "-c", "ls -A " + dir + " | wc -l"});
+   return static_cast<size_t>(std::stoul(r.output));
+}
+
+// In a child process: sets k in section s with files limited to `limit`
+// bytes, and exits with 7 when the write failed.
+[[noreturn]] void WriteWithFileSizeLimit(const std::string &path, rlim_t limit) {
+   struct rlimit rl;
+   rl.rlim_cur = limit;
+   rl.rlim_max = limit;
+   signal(SIGXFSZ, SIG_IGN);
+   setrlimit(RLIMIT_FSIZE, &rl);
+   _exit(IniUtil_WriteIniFileString(path.c_str(), "s", "k", "new", FALSE) ? 1 : 7);
+}
+
+// A disk that fills while the new text is written: the write fails, the
+// file keeps its old text, and no temporary file stays behind. The file
+// size limit of a child process stands in for the full disk.
+TEST(IniWriteFailuresDeathTest, DiskFullWhileWritingKeepsTheFile) {
+   trtest::TempDir dir;
+   std::string path = dir.file("big.ini");
+   const std::string before = "[s]\n" + std::string(3000, 'x') + "\nk=old\n";
+   trtest::WriteFile(path, before);
+   EXPECT_EXIT(WriteWithFileSizeLimit(path, 2048), ::testing::ExitedWithCode(7), "");
+   EXPECT_EQ(trtest::ReadFile(path), before);
+   EXPECT_EQ(EntryCount(dir.path()), 1u);
 }
 
 TEST(IniWriteFile, KeepsPermissionsAndSymbolicLinks) {

@@ -228,6 +228,28 @@ TEST(Validation, MessagesAreTheDefaultTexts) {
    EXPECT_EQ(AutoInstallValidateLinuxText(&ubuntu, "]]>", 7, &msg), TEXT_OK);
 }
 
+// Missing arguments give the "no" answers instead of a crash; a missing
+// text is the empty one.
+TEST(Validation, MissingArguments) {
+   EXPECT_FALSE(AutoInstall_IsSupportedGuest(nullptr));
+   EXPECT_FALSE(AutoInstallIsSupportedLinuxGuest(nullptr));
+   EXPECT_FALSE(AutoInstallIsSupportedWindowsGuest(nullptr));
+   EXPECT_EQ(AutoInstall_GetPrettyWindowsName(nullptr), nullptr);
+   GuessInfo ubuntu = Info("ubuntu");
+   GuessInfo fedora = Info("fedora");
+   char *msg = nullptr;
+   EXPECT_EQ(AutoInstall_ValidateShortName("linux", &ubuntu, nullptr, &msg),
+             TEXT_BAD_UBUNTU_USERNAME);
+   std::free(msg);
+   EXPECT_EQ(AutoInstall_ValidateShortName("linux", &fedora, nullptr, nullptr), TEXT_OK);
+   EXPECT_EQ(AutoInstall_ValidateName("linux", &fedora, nullptr, nullptr), TEXT_OK);
+   EXPECT_EQ(AutoInstall_ValidatePassword("linux", &fedora, nullptr, nullptr), TEXT_OK);
+   EXPECT_EQ(AutoInstall_ValidateName("windows", &fedora, nullptr, nullptr), TEXT_OK);
+   // Without a record the Linux checks are those of a guest of no flavour.
+   EXPECT_EQ(AutoInstallValidateLinuxText(nullptr, "9abc", 1, nullptr), TEXT_OK);
+   EXPECT_EQ(AutoInstallValidateLinuxText(nullptr, "Abc", 1, nullptr), TEXT_BAD_LINUX_USERNAME);
+}
+
 TEST(ValidationDeathTest, UnknownFamilyStops) {
    trtest::TempDir dir;
    std::string log = dir.file("panic.log");
@@ -239,6 +261,7 @@ TEST(ValidationDeathTest, UnknownFamilyStops) {
       },
       "");
    EXPECT_EQ(trtest::ReadFile(log), "NOT_REACHED lib/guestInstall/autoinstall:244\n");
+   EXPECT_DEATH(AutoInstall_ValidatePassword(nullptr, &info, "x", nullptr), "");
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <trguest/guess.h>
 #include <trplatform/msg.h>
 
+#include "guestInstall/windowsNames.h"
 #include "testsupport.hh"
 
 namespace {
@@ -50,6 +51,40 @@ TEST(PrettyWindowsName, Composition) {
    for (const auto &c : cases) {
       EXPECT_EQ(Pretty(c.raw), c.pretty) << c.raw;
    }
+}
+
+// The walk over the edition tokens, over tables in which one token begins
+// another (the shipped tables have no such pair): a later token replaces
+// the edition text, its suffix replaces the suffix only when it finds one,
+// and an exact token ends the walk.
+TEST(PrettyWindowsName, LaterTokensReplaceEarlierOnes) {
+   const WindowsNameRow products[] = {{"Old Name", "@&!*@*@(test.product)New Name"},
+                                      {nullptr, nullptr}};
+   const WindowsNameRow editions[] = {{"PRO", "@&!*@*@(test.pro) Pro"},
+                                      {"PROF", "@&!*@*@(test.prof) Prof"},
+                                      {"PROFESSIONAL", "@&!*@*@(test.professional) Professional"},
+                                      {nullptr, nullptr}};
+   const WindowsNameRow suffixes[] = {{"N", "@&!*@*@(test.n) N"},
+                                      {"FX", "@&!*@*@(test.fx) fx"},
+                                      {"F", "@&!*@*@(test.f) f"},
+                                      {nullptr, nullptr}};
+   struct {
+      const char *raw, *pretty;
+   } cases[] = {
+      {"Old Name PROFESSIONALN", "New Name Professional N"},  // three tokens in turn
+      {"Old PROFX", "New Name Prof fx"},       // "PRO"+"FX" kept: "PROF"+"X" finds none
+      {"X PROF", "X Prof f"},                  // "PRO"+"F", then the exact "PROF" ends it
+      {"X PRO", "X Pro"},                      // exact on the first row
+      {"X PROFESSIONAL", "X Professional"},
+      {"X PR", "X PR"},
+      {"Other PROFESSIONALN", "Other Professional N"},
+   };
+   for (const auto &c : cases) {
+      char *s = ComposeWindowsEditionName(c.raw, products, editions, suffixes);
+      EXPECT_STREQ(s, c.pretty) << c.raw;
+      std::free(s);
+   }
+   EXPECT_EQ(ComposeWindowsEditionName(nullptr, products, editions, suffixes), nullptr);
 }
 
 // Switches the message language for one test and back.

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -98,6 +99,13 @@ TEST(DictionaryFile, LoadErrorsNameTheFile) {
    EXPECT_FALSE(Dictionary_Load(d, dir.file("missing.trx").c_str()));
    EXPECT_EQ(std::string(Msg_GetMessagesAndReset()),
              "Cannot open " + dir.file("missing.trx") + ": No such file or directory");
+   // Only regular files are read: a FIFO would block, a device never end.
+   std::string fifo = dir.file("fifo");
+   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+   for (const std::string &p : {dir.path(), std::string("/dev/zero"), fifo}) {
+      EXPECT_FALSE(Dictionary_Load(d, p.c_str()));
+      EXPECT_EQ(std::string(Msg_GetMessagesAndReset()), "Cannot open " + p + ": not a regular file");
+   }
    Dictionary_Free(d);
 }
 
@@ -114,6 +122,22 @@ TEST(DictionaryFile, WriteRoundTrips) {
    EXPECT_EQ(All(e), All(d));
    Dict_Unset(e, "TOOLS.installed");
    EXPECT_FALSE(Dictionary_IsDefined(e, "tools.installed"));
+   Dictionary_Free(d);
+   Dictionary_Free(e);
+}
+
+TEST(DictionaryFile, WrittenTextIsUtf8WhateverItWasLoadedFrom) {
+   trtest::TempDir dir;
+   std::string path = dir.file("latin1.trx");
+   Dictionary *d = Dictionary_Create();
+   ASSERT_TRUE(Dictionary_LoadFromBuffer(d, ".encoding = \"ISO-8859-1\"\nname = \"J\xf6rg\"\n", 0));
+   ASSERT_TRUE(Dictionary_Write(d, path.c_str()));
+   EXPECT_EQ(trtest::ReadFile(path), ".encoding = \"UTF-8\"\nname = \"J\xc3\xb6rg\"\n");
+   Dictionary *e = Dictionary_Create();
+   ASSERT_TRUE(Dictionary_Load(e, path.c_str()));
+   char *name = Dict_GetString(e, nullptr, "name");
+   EXPECT_STREQ(name, "J\xc3\xb6rg");
+   std::free(name);
    Dictionary_Free(d);
    Dictionary_Free(e);
 }

@@ -14,6 +14,8 @@
 #include <trplatform/file.h>
 #include <trplatform/fileio.h>
 
+#include "internal/imagefile.hh"
+
 #include "testsupport.hh"
 
 namespace {
@@ -70,6 +72,11 @@ TEST(FileIO, OpenActions) {
    EXPECT_EQ(trtest::ReadFile(path), "");
    EXPECT_EQ(FileIO_Open(&fd, dir.path().c_str(), FILEIO_OPEN_ACCESS_READ, FILEIO_OPEN),
              FILEIO_ERROR);
+   std::string fifo = dir.file("fifo");
+   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+   EXPECT_EQ(FileIO_Open(&fd, fifo.c_str(), FILEIO_OPEN_ACCESS_READ, FILEIO_OPEN), FILEIO_ERROR);
+   EXPECT_EQ(FileIO_Open(&fd, "/dev/zero", FILEIO_OPEN_ACCESS_READ, FILEIO_OPEN), FILEIO_ERROR);
+   EXPECT_FALSE(FileIO_IsValid(&fd));
    EXPECT_EQ(FileIO_Open(&fd, dir.file("missing").c_str(), FILEIO_OPEN_ACCESS_WRITE,
                          FILEIO_OPEN_EMPTY),
              FILEIO_FILE_NOT_FOUND);
@@ -91,8 +98,26 @@ TEST(FileIO, OffsetsBeyondFourGiB) {
    EXPECT_EQ(std::string(buf, 3), "far");
    EXPECT_EQ(FileIO_Pread(&fd, buf, 3, far + 1, &actual), FILEIO_READ_ERROR_EOF);
    EXPECT_EQ(actual, 2u);
+   EXPECT_EQ(FileIO_SetSize(&fd, 6ULL << 30), FILEIO_SUCCESS);
+   EXPECT_EQ(FileIO_GetSize(&fd), static_cast<int64_t>(6ULL << 30));
+   EXPECT_EQ(FileIO_SetSize(&fd, UINT64_MAX), FILEIO_WRITE_ERROR_FBIG);
+   EXPECT_EQ(FileIO_SetSize(&fd, far + 3), FILEIO_SUCCESS);
    FileIO_Close(&fd);
    EXPECT_EQ(File_GetSize(path.c_str()), static_cast<int64_t>(far + 3));
+}
+
+TEST(ImageFileOpen, OnlyRegularFilesAndNoBlockingOnAFifo) {
+   trtest::TempDir dir;
+   std::string fifo = dir.file("fifo");
+   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+   trtest::WriteFile(dir.file("img"), std::string(4096, 'i'));
+   for (bool writable : {false, true}) {
+      EXPECT_FALSE(trp::ImageFile::open(fifo, writable).ok());
+      EXPECT_FALSE(trp::ImageFile::open(dir.path(), writable).ok());
+      auto img = trp::ImageFile::open(dir.file("img"), writable);
+      ASSERT_TRUE(img.ok());
+      EXPECT_EQ(img->size(), 4096u);
+   }
 }
 
 TEST(FilePaths, SplitAndJoin) {
@@ -163,6 +188,12 @@ TEST(FileCopy, OverwriteRuleAndUnlink) {
    EXPECT_EQ(trtest::ReadFile(b), "new");
    EXPECT_FALSE(File_CopyFromNameToName(dir.file("missing").c_str(), b.c_str(), TRUE));
    EXPECT_FALSE(File_CopyFromNameToName(a.c_str(), dir.file("no/dir/c").c_str(), TRUE));
+   // Only regular files are copied, and a FIFO does not block the call.
+   std::string fifo = dir.file("fifo");
+   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+   EXPECT_FALSE(File_CopyFromNameToName(fifo.c_str(), b.c_str(), TRUE));
+   EXPECT_FALSE(File_CopyFromNameToName(dir.path().c_str(), b.c_str(), TRUE));
+   EXPECT_EQ(trtest::ReadFile(b), "new");
    EXPECT_EQ(File_UnlinkIfExists(b.c_str()), 0);
    EXPECT_EQ(File_UnlinkIfExists(b.c_str()), 0);
    EXPECT_FALSE(File_Exists(b.c_str()));

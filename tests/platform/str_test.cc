@@ -3,6 +3,7 @@
 //    Bounded copies and formatting never write past the buffer, and the
 //    token and number readers that the detectors depend on.
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -12,6 +13,8 @@
 #include <trplatform/str.h>
 #include <trplatform/strutil.h>
 #include <trplatform/util.h>
+
+#include "testsupport.hh"
 
 namespace {
 
@@ -224,6 +227,31 @@ TEST(UtilSafe, DuplicatesAndZeroFills) {
    for (int i = 0; i < 64; i++) EXPECT_EQ(p[i], 0);
    std::free(p);
    EXPECT_NE(Util_GetCurrentThreadId(), 0u);
+}
+
+// The safe allocators never hand back NULL: an allocation that cannot be
+// had stops the process with a log line.
+TEST(UtilSafeDeathTest, ExhaustionStopsTheProcessWithALine) {
+#ifdef __SANITIZE_ADDRESS__
+   GTEST_SKIP() << "the address sanitizer stops impossible allocations itself";
+#endif
+   using Allocation = void (*)();
+   const Allocation allocations[] = {
+      [] { std::free(UtilSafeMalloc0(SIZE_MAX - 4096)); },
+      [] { std::free(UtilSafeCalloc0(SIZE_MAX / 2, 4)); },
+      [] { std::free(UtilSafeRealloc0(nullptr, SIZE_MAX - 4096)); },
+   };
+   for (Allocation allocate : allocations) {
+      trtest::TempDir dir;
+      std::string path = dir.file("panic.log");
+      EXPECT_DEATH(
+         {
+            setenv("TRGUEST_LOG", path.c_str(), 1);
+            allocate();
+         },
+         "");
+      EXPECT_EQ(trtest::ReadFile(path).rfind("Unrecoverable memory allocation failure", 0), 0u);
+   }
 }
 
 }  // namespace

@@ -47,7 +47,8 @@ typedef struct FileIODescriptor {
 
 TRPLATFORM_API void FileIO_Invalidate(FileIODescriptor *fd) TR_NOEXCEPT;
 TRPLATFORM_API Bool FileIO_IsValid(const FileIODescriptor *fd) TR_NOEXCEPT;
-/* Files are created with mode 0644 (less the umask). */
+/* Regular files only (a directory, FIFO or device gives FILEIO_ERROR).
+ * Files are created with mode 0644 (less the umask). */
 TRPLATFORM_API FileIOResult FileIO_Open(FileIODescriptor *fd, const char *path,
                                         int access, FileIOOpenAction action) TR_NOEXCEPT;
 /* Closes and invalidates; FILEIO_SUCCESS also for an invalid descriptor. */

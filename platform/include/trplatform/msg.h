@@ -11,10 +11,12 @@
  *    Catalogues are dictionary files, one per language, named
  *    "<language>.trmsg" (for instance "de.trmsg"), each entry an id and its
  *    text: msg.guessGuest.ubuntuServer = "Server". They are looked up in the
- *    directory named by TRGUEST_MSG_DIR when it is set, else in the
- *    installed data directory. The language is taken from TRGUEST_LOCALE,
- *    else LC_ALL, LC_MESSAGES, LANG (the part before "_", "." or "@"); "C",
- *    "POSIX" and "en" use the default texts.
+ *    directory named by TRGUEST_MSG_DIR when it is set, else in the install
+ *    tree's data directory as seen from the directory this library was
+ *    loaded from (so that a relocated tree finds its own catalogues), else
+ *    in the configured data directory. The language is taken from
+ *    TRGUEST_LOCALE, else LC_ALL, LC_MESSAGES, LANG (the part before "_",
+ *    "." or "@"); "C", "POSIX" and "en" use the default texts.
  *
  *    The message queue collects error messages (such as a dictionary's
  *    syntax errors) until they are fetched for a log line.
