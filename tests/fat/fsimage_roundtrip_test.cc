@@ -12,7 +12,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "fat_helpers.hh"
+#include "fat_support.hh"
 
 namespace {
 
