@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include <trplatform/fsimage.h>
+#include <trplatform/util.h>
 
 #include "internal/fsimage.hh"
 
@@ -202,10 +203,7 @@ FSImageError FSImage_GetCatInfo(FSImageDir *dir, uint32_t index, Bool *inUse, ch
       return FSIMAGE_ERR_CORRUPT;  // not a name that can be handed out
    }
    if (name != nullptr) {
-      *name = strdup(text->c_str());
-      if (*name == nullptr) {
-         return FSIMAGE_ERR_IO;
-      }
+      *name = UtilSafeStrdup0(text->c_str());
    }
    if (inUse != nullptr) *inUse = TRUE;
    if (isDirectory != nullptr) *isDirectory = slot.kind == trp::fat::SlotKind::Directory;
