@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdio>
+#include <string>
 
 #include "fat_support.hh"
 
@@ -97,9 +97,8 @@ TEST(FatLookup, LargeRootDirectoryWalkedByName) {
    const off_t root = static_cast<off_t>((le16(14) + boot[16] * le16(22)) * le16(11));
    std::string slots;
    for (uint32_t i = 0; i < entries; i++) {
-      char name[12];
-      std::snprintf(name, sizeof name, "F%07uTXT", i);
-      slots += Entry(name);
+      const std::string digits = std::to_string(i);
+      slots += Entry("F" + std::string(7 - digits.size(), '0') + digits + "TXT");
    }
    Patch(img, root, slots);
 
