@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include <trplatform/fsimage.h>
+#include <trplatform/util.h>
 
 #include "internal/fsimage.hh"
 
@@ -159,7 +160,16 @@ FSImageError FSImage_OpenRootDirectory(FSImageVolume *volume, FSImageDir **dir) 
    if (!Valid(volume) || dir == nullptr) {
       return FSIMAGE_ERR_BAD_ARG;
    }
-   if (FSImageError e = Usable(*volume->volume); e != FSIMAGE_OK) {
+   // Callers that add one file to an existing floppy open the root
+   // directory straight after the volume. FAT is the only file system
+   // there is, so the boot area is read here when nobody has done it yet.
+   Volume &v = *volume->volume;
+   if (!v.closed() && !v.mounted()) {
+      if (FSImageError e = Code(v.mount()); e != FSIMAGE_OK) {
+         return e;
+      }
+   }
+   if (FSImageError e = Usable(v); e != FSIMAGE_OK) {
       return e;
    }
    *dir = new FSImageDir{{HandleKind::Dir}, volume->volume};
@@ -202,10 +212,7 @@ FSImageError FSImage_GetCatInfo(FSImageDir *dir, uint32_t index, Bool *inUse, ch
       return FSIMAGE_ERR_CORRUPT;  // not a name that can be handed out
    }
    if (name != nullptr) {
-      *name = strdup(text->c_str());
-      if (*name == nullptr) {
-         return FSIMAGE_ERR_IO;
-      }
+      *name = UtilSafeStrdup0(text->c_str());
    }
    if (inUse != nullptr) *inUse = TRUE;
    if (isDirectory != nullptr) *isDirectory = slot.kind == trp::fat::SlotKind::Directory;

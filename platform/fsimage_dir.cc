@@ -88,6 +88,23 @@ uint32_t GetLe32(const RawEntry &e, size_t off) {
    return uint32_t{GetLe16(e, off)} | (uint32_t{GetLe16(e, off + 2)} << 16);
 }
 
+// The lookup key of a stored name: its bytes in upper case, with the
+// escaped 0xE5 of the first byte restored.
+std::string NameKey(const RawName &stored) {
+   std::string key(stored.begin(), stored.end());
+   if (static_cast<uint8_t>(key[0]) == kEscapedE5) {
+      key[0] = static_cast<char>(kDeletedMark);
+   }
+   for (char &c : key) {
+      c = static_cast<char>(AsciiUpper(static_cast<uint8_t>(c)));
+   }
+   return key;
+}
+
+bool IsFileOrDirectory(SlotKind kind) {
+   return kind == SlotKind::File || kind == SlotKind::Directory;
+}
+
 void PutLe16(RawEntry &e, size_t off, uint16_t v) {
    e.at(off) = static_cast<uint8_t>(v);
    e.at(off + 1) = static_cast<uint8_t>(v >> 8);
@@ -166,16 +183,7 @@ std::optional<std::string> ShortName::display(const RawName &raw, uint8_t caseFl
 }
 
 bool ShortName::matches(const RawName &stored) const {
-   for (size_t i = 0; i < kShortNameLen; i++) {
-      uint8_t c = stored[i];
-      if (i == 0 && c == kEscapedE5) {
-         c = kDeletedMark;
-      }
-      if (AsciiUpper(c) != raw_[i]) {
-         return false;
-      }
-   }
-   return true;
+   return NameKey(stored) == NameKey(raw_);
 }
 
 // ---------------------------------------------------------------------------
@@ -220,6 +228,18 @@ FatResult<RootDirectory> RootDirectory::load(const ImageFile &image, const Geome
       }
    }
    return RootDirectory(std::move(bytes), end);
+}
+
+RootDirectory::RootDirectory(std::vector<uint8_t> bytes, uint32_t endIndex)
+   : bytes_(std::move(bytes)), endIndex_(endIndex) {
+   // Where a damaged directory holds a name twice, the first slot wins, as
+   // it does for a reader that scans the directory in order.
+   for (uint32_t i = 0; i < endIndex_; i++) {
+      const SlotInfo info = slot(i);
+      if (IsFileOrDirectory(info.kind)) {
+         byName_.try_emplace(NameKey(info.name), i);
+      }
+   }
 }
 
 RawEntry RootDirectory::entry(uint32_t index) const {
@@ -272,12 +292,10 @@ SlotInfo RootDirectory::slot(uint32_t index) const {
 }
 
 FatResult<uint32_t> RootDirectory::find(const ShortName &name) const {
-   for (uint32_t i = 0; i < endIndex_; i++) {
-      const SlotInfo info = slot(i);
-      if ((info.kind == SlotKind::File || info.kind == SlotKind::Directory) &&
-          name.matches(info.name)) {
-         return i;
-      }
+   // Slots only ever become files (create), never stop being one, so the
+   // index built at load time and extended by create stays exact.
+   if (auto found = byName_.find(NameKey(name.raw())); found != byName_.end()) {
+      return found->second;
    }
    return Err{FatError::NotFound};
 }
@@ -331,6 +349,10 @@ FatResult<uint32_t> RootDirectory::create(const ShortName &name, DosStamp now) {
    PutLe16(e, kClusterLow, 0);
    PutLe32(e, kSize, 0);
    store(index, e);
+   auto [at, added] = byName_.try_emplace(NameKey(name.raw()), index);
+   if (!added) {
+      at->second = std::min(at->second, index);
+   }
    return index;
 }
 

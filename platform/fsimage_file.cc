@@ -196,24 +196,27 @@ FatStatus Volume::write(uint32_t slot, uint64_t offset, std::span<const uint8_t>
       }
       added = std::move(taken).value();
    }
-   std::vector<uint32_t> grown = chain;
-   grown.insert(grown.end(), added.begin(), added.end());
+   // The new clusters join the cached chain at once (so that a file written
+   // sector by sector is not copied on every write) and leave it again if
+   // the data cannot be written.
+   const size_t oldLength = chain.size();
+   chain.insert(chain.end(), added.begin(), added.end());
 
    FatStatus status;
    if (offset > size) {
-      status = zeroSpan(grown, size, offset - size);  // a gap reads as zeros
+      status = zeroSpan(chain, size, offset - size);  // a gap reads as zeros
    }
    if (status) {
-      status = writeSpan(grown, offset, data);
+      status = writeSpan(chain, offset, data);
    }
    if (!status) {
+      chain.resize(oldLength);
       fat_->release(added);
       return status;
    }
-   if (!chain.empty() && !added.empty()) {
-      fat_->link(chain.back(), added.front());
+   if (oldLength > 0 && !added.empty()) {
+      fat_->link(chain[oldLength - 1], added.front());
    }
-   chain = std::move(grown);
    root_->update(slot, static_cast<uint16_t>(chain.front()),
                  static_cast<uint32_t>(std::max(size, end)), DosStampNow());
    return {};

@@ -246,8 +246,7 @@ public:
    FatStatus flush(ImageFile &image, const Geometry &geometry);
 
 private:
-   explicit RootDirectory(std::vector<uint8_t> bytes, uint32_t endIndex)
-      : bytes_(std::move(bytes)), endIndex_(endIndex) {}
+   RootDirectory(std::vector<uint8_t> bytes, uint32_t endIndex);
 
    RawEntry entry(uint32_t index) const;
    void store(uint32_t index, const RawEntry &entry);
@@ -255,6 +254,11 @@ private:
 
    std::vector<uint8_t> bytes_;
    uint32_t endIndex_;  // first slot with the end mark (slotCount() when none)
+   // First file or directory slot of each name, keyed by the stored name in
+   // upper case, so that a lookup costs the same in a directory of 65535
+   // entries as in one of 224 (walking a large directory name by name would
+   // otherwise take quadratic time).
+   std::unordered_map<std::string, uint32_t> byName_;
    uint32_t dirtyBegin_ = 0;
    uint32_t dirtyEnd_ = 0;
 };

@@ -11,25 +11,19 @@
 
 #include <functional>
 
-#include "fat_helpers.hh"
+#include "fat_support.hh"
 
 namespace {
 
 using fattest::GetFile;
 using fattest::Image;
+using fattest::Patch;
 using fattest::Pattern;
 using fattest::PutFile;
 
 // Byte offsets on a floppy that we format.
 constexpr off_t kFat = 512;
 constexpr off_t kRoot = 19 * 512;
-
-void Patch(const std::string &path, off_t offset, std::string_view bytes) {
-   const int fd = open(path.c_str(), O_RDWR);
-   ASSERT_GE(fd, 0);
-   ASSERT_EQ(pwrite(fd, bytes.data(), bytes.size(), offset), static_cast<ssize_t>(bytes.size()));
-   close(fd);
-}
 
 std::string Le16(uint16_t v) {
    return {static_cast<char>(v & 0xFF), static_cast<char>(v >> 8)};

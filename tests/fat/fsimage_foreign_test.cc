@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "fat_helpers.hh"
+#include "fat_support.hh"
 #include "internal/fsimage.hh"
 
 namespace {

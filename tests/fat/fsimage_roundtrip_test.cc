@@ -12,7 +12,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "fat_helpers.hh"
+#include "fat_support.hh"
 
 namespace {
 
@@ -232,10 +232,12 @@ TEST(FloppyApi, ErrorCodes) {
    EXPECT_EQ(volume, nullptr);
 
    ASSERT_EQ(FSImage_FormatVolume(nullptr, img.c_str(), 1, 1, &volume), FSIMAGE_OK);
-   EXPECT_EQ(FSImage_OpenRootDirectory(volume, &dir), FSIMAGE_ERR_STATE);  // boot not read
    EXPECT_EQ(FSImage_SkipVolumeBoot(volume, 2), FSIMAGE_ERR_BAD_ARG);
-   ASSERT_EQ(FSImage_SkipVolumeBoot(volume, FSIMAGE_FAT_FILE_SYSTEM), FSIMAGE_OK);
+   // The root directory opens whether or not the boot area was skipped
+   // first, and skipping it afterwards changes nothing.
    ASSERT_EQ(FSImage_OpenRootDirectory(volume, &dir), FSIMAGE_OK);
+   EXPECT_EQ(FSImage_GetNumDirEntries(dir), 224u);
+   ASSERT_EQ(FSImage_SkipVolumeBoot(volume, FSIMAGE_FAT_FILE_SYSTEM), FSIMAGE_OK);
    EXPECT_EQ(FSImage_GetNumDirEntries(dir), 224u);
 
    for (const char *bad : {"", ".cfg", "toolongname.cfg", "a b", "x/y"}) {
@@ -306,6 +308,14 @@ TEST(FloppyApi, NotFatImagesRefused) {
       trtest::WriteFile(path, c.bytes);
       Image image(path, Image::How::Open);
       EXPECT_EQ(image.error(), FSIMAGE_ERR_BAD_FORMAT) << c.name;
+      // Opening the root directory without skipping the boot area checks
+      // the same.
+      FSImageVolume *volume = nullptr;
+      FSImageDir *dir = reinterpret_cast<FSImageDir *>(1);
+      ASSERT_EQ(FSImage_OpenVolume(nullptr, path.c_str(), 1, &volume), FSIMAGE_OK);
+      EXPECT_EQ(FSImage_OpenRootDirectory(volume, &dir), FSIMAGE_ERR_BAD_FORMAT) << c.name;
+      EXPECT_EQ(dir, nullptr);
+      EXPECT_EQ(FSImage_Close(volume), FSIMAGE_OK);
    }
    // A formatted image cut short: the BPB claims more sectors than there are.
    const std::string cut = tmp.file("cut.flp");

@@ -9,6 +9,7 @@ namespace trguest_cli {
 const Command *Commands() {
    static const Command table[] = {
       {"detect", "[--json] [--all] IMAGE...", RunDetect},
+      {"floppy", "format IMG | add IMG FILE NAME | get IMG NAME FILE | list IMG", RunFloppy},
       {"guestos", "[--count]", RunGuestOsTable},
       {"ini", "get FILE SECTION KEY | set FILE SECTION KEY VALUE [--quote]", RunIni},
       {"validate",

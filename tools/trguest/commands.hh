@@ -18,6 +18,7 @@ const Command *Commands();
 
 // Subcommands (one cmd_<name>.cc each).
 int RunDetect(int argc, char **argv);
+int RunFloppy(int argc, char **argv);
 int RunGuestOsTable(int argc, char **argv);
 int RunIni(int argc, char **argv);
 int RunValidate(int argc, char **argv);

@@ -37,7 +37,7 @@ typedef uint64_t FSImageError;
 #define FSIMAGE_ERR_CORRUPT     8ULL   /* chain loop, cluster out of range, ... */
 #define FSIMAGE_ERR_BAD_ARG     9ULL
 #define FSIMAGE_ERR_READ_ONLY  10ULL
-#define FSIMAGE_ERR_STATE      11ULL   /* call out of order (e.g. boot area not skipped) */
+#define FSIMAGE_ERR_STATE      11ULL   /* handle of a closed volume */
 
 /* File-system type for FSImage_SkipVolumeBoot. */
 #define FSIMAGE_FAT_FILE_SYSTEM 1
@@ -50,8 +50,8 @@ typedef struct FSImageFile FSImageFile;
  * Creates (or replaces) the image file at path and formats it: with kind 1
  * a 1.44 MB FAT12 floppy (80 cylinders, 2 heads, 18 sectors of 512 bytes,
  * two FATs, 224 root entries, one sector per cluster, media 0xF0).
- * reserved must be NULL; flags must be 1 (else FSIMAGE_ERR_BAD_ARG). The
- * new volume still needs FSImage_SkipVolumeBoot. Close with FSImage_Close.
+ * reserved must be NULL; flags must be 1 (else FSIMAGE_ERR_BAD_ARG). Close
+ * with FSImage_Close.
  */
 TRPLATFORM_API FSImageError FSImage_FormatVolume(void *reserved, const char *path, int kind,
                                                  int flags, FSImageVolume **volume) TR_NOEXCEPT;
@@ -63,6 +63,9 @@ TRPLATFORM_API FSImageError FSImage_OpenVolume(void *reserved, const char *path,
  * FAT16, told apart by cluster count), the FAT and the root directory;
  * FSIMAGE_ERR_BAD_FORMAT for anything else, FAT32 included. */
 TRPLATFORM_API FSImageError FSImage_SkipVolumeBoot(FSImageVolume *volume, int fsType) TR_NOEXCEPT;
+/* Opens the root directory; on a volume whose boot area has not been read
+ * yet it does what FSImage_SkipVolumeBoot(volume, FSIMAGE_FAT_FILE_SYSTEM)
+ * does first, with the same errors. */
 TRPLATFORM_API FSImageError FSImage_OpenRootDirectory(FSImageVolume *volume, FSImageDir **dir) TR_NOEXCEPT;
 /* Number of directory slots (in use or not); 0 for an unusable handle. */
 TRPLATFORM_API uint32_t FSImage_GetNumDirEntries(FSImageDir *dir) TR_NOEXCEPT;

@@ -1,8 +1,8 @@
-// fat_helpers.hh --
+// fat_support.hh --
 //
-//    Shared by the FAT image tests: an image opened through the C interface,
-//    whole-file reads and writes through it, and the dosfstools/mtools
-//    checks that every written image must pass.
+//    Shared by the tests that make or read FAT images: an image opened
+//    through the C interface, whole-file reads and writes through it, and
+//    the dosfstools/mtools checks that every written image must pass.
 
 #pragma once
 
@@ -13,6 +13,9 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <trplatform/fsimage.h>
 
@@ -147,6 +150,14 @@ inline std::string Pattern(size_t n, uint32_t seed = 1) {
       c = static_cast<char>(x >> 16);
    }
    return s;
+}
+
+// Overwrites bytes of the image file at offset (crafting damaged images).
+inline void Patch(const std::string &path, off_t offset, std::string_view bytes) {
+   const int fd = open(path.c_str(), O_RDWR);
+   ASSERT_GE(fd, 0);
+   ASSERT_EQ(pwrite(fd, bytes.data(), bytes.size(), offset), static_cast<ssize_t>(bytes.size()));
+   close(fd);
 }
 
 // Runs a dosfstools/mtools command (mtools without its geometry check).
