@@ -70,6 +70,22 @@ const std::map<std::string, std::string> kSamples = {
     R"("guestOS":"windows8-64","guestOS64":null,"subVersion":23,)"
     R"("subVersionName":"GUESS_VERSION_DUMMY_LAST","versionString":"","noIsolinuxCfg":false,)"
     R"("language":"en-US","languages":["en-US"],"editions":["Windows 8 Enterprise"]})"},
+   {"centos5-x86_64",
+    R"("guestOS":"centos-64","guestOS64":null,"subVersion":21,)"
+    R"("subVersionName":"GUESS_VERSION_CENTOS_5","versionString":"","noIsolinuxCfg":false,)"
+    R"("language":"en-US","languages":[],"editions":[]})"},
+   {"ubuntu-10.04.4-i386",
+    R"("guestOS":"ubuntu","guestOS64":null,"subVersion":4,)"
+    R"("subVersionName":"GUESS_VERSION_UBUNTU_710_OR_HIGHER","versionString":"10.04.4",)"
+    R"("noIsolinuxCfg":false,"language":"en-US","languages":[],"editions":[]})"},
+   {"sles11sp1-x86_64",
+    R"("guestOS":"sles11-64","guestOS64":null,"subVersion":0,)"
+    R"("subVersionName":"GUESS_VERSION_UNKNOWN","versionString":"","noIsolinuxCfg":false,)"
+    R"("language":"en-US","languages":[],"editions":[]})"},
+   {"mandriva2010-x86_64",
+    R"("guestOS":"mandriva-64","guestOS64":null,"subVersion":8,)"
+    R"("subVersionName":"GUESS_VERSION_MANDRIVA_2008_1_OR_HIGHER","versionString":"",)"
+    R"("noIsolinuxCfg":false,"language":"en-US","languages":[],"editions":[]})"},
 };
 
 TEST(CliDetect, SampleMediaAsJson) {
