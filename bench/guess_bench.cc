@@ -1,18 +1,19 @@
 // guess_bench.cc --
 //
-//    Guess_Guest on recognised images (warm page cache) and on an
-//    unrecognised DVD-sized sparse image that every detector of the chain
-//    searches. Reports time per detection and the bytes the readers took
+//    Guess_Guest on every sample image of scripts/samples/ (recognised media
+//    of each family, warm page cache) and on unrecognised DVD-sized sparse
+//    images, ISO 9660 and UDF bridge, that every detector of the chain
+//    searches. Reports the time per detection and the bytes the readers took
 //    from the image per detection.
 
 #include <benchmark/benchmark.h>
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdint>
-#include <memory>
+#include <filesystem>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include <trguest/guess.h>
 #include <trplatform/iso9660.h>
@@ -22,92 +23,72 @@
 
 namespace {
 
-struct Media {
-   trtest::TempDir dir;
-   std::string solaris, freebsdUdf, zelt, dvd;
+constexpr long long kDvdSize = 4'700'000'000LL;
 
-   Media() {
-      trtest::MediaSpec s;
-      s.format = trtest::MediaFormat::RockRidge;
-      s.dirs = {"Solaris_10/Product", "Solaris_10/Tools/Boot", "boot/grub"};
-      s.files = {{"boot/grub/menu.lst", "title Solaris\n"}};
-      solaris = trtest::BuildImage(dir, s, "solaris.iso");
-
-      trtest::MediaSpec f;
-      f.format = trtest::MediaFormat::UdfBridge;
-      std::string kernel(16384, '\0');
-      kernel[18] = 62;
-      f.files = {{"boot/kernel/kernel", kernel}, {"boot/loader.conf", "x\n"}};
-      freebsdUdf = trtest::BuildImage(dir, f, "freebsd.iso");
-
-      trtest::MediaSpec z;
-      z.format = trtest::MediaFormat::Joliet;
-      z.files = {{"packages.xml", "<iso_build><product><name>Tarvel Zelt Server</name>"
-                                  "<zelt_version>4.1</zelt_version></product></iso_build>"}};
-      zelt = trtest::BuildImage(dir, z, "zelt.iso");
-
-      // An installation DVD of no known family: a realistic tree, then the
-      // image extended (sparsely) to 4.7 GB.
-      trtest::MediaSpec d;
-      d.format = trtest::MediaFormat::JolietRockRidge;
-      for (int i = 0; i < 300; i++) {
-         d.files.push_back({"packages/pkg-" + std::to_string(i) + ".rpm", "data"});
-      }
-      for (const char *p : {"boot/isolinux/isolinux.cfg", "boot/isolinux/vmlinuz", "README",
-                            "docs/index.html", "EFI/BOOT/BOOTX64.EFI", "install/stage2.img"}) {
-         d.files.push_back({p, std::string(3000, 'x')});
-      }
-      dvd = trtest::BuildImage(dir, d, "dvd.iso");
-      if (truncate(dvd.c_str(), 4'700'000'000LL) != 0) {
-         dvd.clear();
-      }
+// An installation DVD of no known family: a realistic tree, then the image
+// extended (sparsely) to DVD size.
+std::string UnknownDvd(const trtest::TempDir &dir, trtest::MediaFormat format,
+                       const std::string &name) {
+   trtest::MediaSpec d;
+   d.format = format;
+   for (int i = 0; i < 300; i++) {
+      d.files.push_back({"packages/pkg-" + std::to_string(i) + ".rpm", "data"});
    }
-};
-
-Media &Images() {
-   static auto *media = new Media;
-   return *media;
+   for (const char *p : {"boot/isolinux/isolinux.cfg", "boot/isolinux/vmlinuz", "README",
+                         "docs/index.html", "EFI/BOOT/BOOTX64.EFI", "install/stage2.img"}) {
+      d.files.push_back({p, std::string(3000, 'x')});
+   }
+   std::string path = trtest::BuildImage(dir, d, name);
+   if (path.empty() || truncate(path.c_str(), kDvdSize) != 0) {
+      return "";
+   }
+   return path;
 }
 
-void Detect(benchmark::State &state, const std::string &path, const char *expected) {
-   if (path.empty()) {
-      state.SkipWithError("image could not be built");
+void Detect(benchmark::State &state, const std::string &path, int expected) {
+   GuessInfo info;
+   if (path.empty() || Guess_Guest(path.c_str(), 0, &info) != expected) {  // warms the cache
+      state.SkipWithError("image missing or not detected as expected");
       return;
    }
-   GuessInfo info;
-   Guess_Guest(path.c_str(), 0, &info);  // warm the page cache
    Iso9660_ResetBytesRead();
    UDF_ResetBytesRead();
    for (auto _ : state) {
       int result = Guess_Guest(path.c_str(), 0, &info);
       benchmark::DoNotOptimize(result);
    }
-   const char *got = info.guestOS != nullptr ? info.guestOS : "";
-   if (std::string(got) != (expected != nullptr ? expected : "")) {
-      state.SkipWithError(("detected as '" + std::string(got) + "'").c_str());
-      return;
-   }
    double bytes = static_cast<double>(Iso9660_GetBytesRead() + UDF_GetBytesRead());
-   state.counters["bytes_read"] =
-      benchmark::Counter(bytes, benchmark::Counter::kAvgIterations);
+   state.counters["bytes_read"] = benchmark::Counter(bytes, benchmark::Counter::kAvgIterations);
+   state.SetLabel(info.guestOS != nullptr ? info.guestOS : "no match");
 }
-
-void BM_GuessSolarisRockRidge(benchmark::State &state) {
-   Detect(state, Images().solaris, "solaris10");
-}
-void BM_GuessFreeBSDUdfBridge(benchmark::State &state) {
-   Detect(state, Images().freebsdUdf, "freeBSD-64");
-}
-void BM_GuessZeltJoliet(benchmark::State &state) {
-   Detect(state, Images().zelt, "trkernel");
-}
-void BM_GuessUnrecognisedDvd(benchmark::State &state) {
-   Detect(state, Images().dvd, nullptr);
-}
-
-BENCHMARK(BM_GuessSolarisRockRidge)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_GuessFreeBSDUdfBridge)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_GuessZeltJoliet)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_GuessUnrecognisedDvd)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
+
+int main(int argc, char **argv) {
+   benchmark::Initialize(&argc, argv);
+   static trtest::TempDir dir;
+
+   // The README's sample media, mastered as the sample script does.
+   trtest::CommandResult made = trtest::RunCommand(
+      {std::string(TRGUEST_SOURCE_DIR) + "/scripts/make-samples.sh", dir.path() + "/samples"});
+   std::istringstream lines(made.output);
+   for (std::string image; std::getline(lines, image);) {
+      std::string name = "Guess/" + std::filesystem::path(image).stem().string();
+      benchmark::RegisterBenchmark(name.c_str(), [image](benchmark::State &s) {
+         Detect(s, image, GUESS_RESULT_FOUND);
+      })->Unit(benchmark::kMicrosecond);
+   }
+
+   std::string iso = UnknownDvd(dir, trtest::MediaFormat::JolietRockRidge, "dvd.iso");
+   benchmark::RegisterBenchmark("Guess/unrecognised-dvd-iso9660", [iso](benchmark::State &s) {
+      Detect(s, iso, GUESS_RESULT_NO_MATCH);
+   })->Unit(benchmark::kMicrosecond);
+   std::string udf = UnknownDvd(dir, trtest::MediaFormat::UdfBridge, "dvd-udf.iso");
+   benchmark::RegisterBenchmark("Guess/unrecognised-dvd-udf-bridge", [udf](benchmark::State &s) {
+      Detect(s, udf, GUESS_RESULT_NO_MATCH);
+   })->Unit(benchmark::kMicrosecond);
+
+   benchmark::RunSpecifiedBenchmarks();
+   benchmark::Shutdown();
+   return 0;
+}
