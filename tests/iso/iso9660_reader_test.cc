@@ -293,6 +293,36 @@ TEST_F(IsoReader, ExtractFilesAndTrees) {
    Iso9660_Close(img);
 }
 
+// Names outside ASCII come out as UTF-8 from Rock Ridge and Joliet; a
+// Rock Ridge name too long for its record continues in a continuation area.
+TEST(IsoNames, NonAsciiAndLongNames) {
+   if (!trtest::CanBuild(trtest::MediaFormat::JolietRockRidge)) {
+      GTEST_SKIP() << "xorriso is not installed";
+   }
+   trtest::TempDir dir;
+   trtest::MediaSpec spec;
+   const std::string longName = std::string(200, 'n') + ".txt";
+   spec.files = {{"Dossier/\xc3\xa9t\xc3\xa9.txt", "summer"}, {longName, "long"}};
+   std::string path = trtest::BuildImage(dir, spec);
+   for (uint32_t formats : {4u, 2u}) {
+      Iso9660Image *img = nullptr;
+      ASSERT_EQ(Iso9660_Open(path.c_str(), formats, 0, &img), ISO9660_OK);
+      Iso9660DirHandle d;
+      ASSERT_EQ(Iso9660_OpenDir(img, "/Dossier", &d), ISO9660_OK) << formats;
+      Iso9660DirEntry e;
+      ASSERT_EQ(Iso9660_ReadDir(img, d, &e), ISO9660_OK);
+      EXPECT_STREQ(e.name, "\xc3\xa9t\xc3\xa9.txt") << formats;
+      Iso9660_CloseDir(img, d);
+      if (formats == 4) {
+         trtest::TempDir out;
+         EXPECT_EQ(Iso9660_ExtractFileEx(img, longName.c_str(), out.file("l").c_str()),
+                   ISO9660_OK);
+         EXPECT_EQ(trtest::ReadFile(out.file("l")), "long");
+      }
+      Iso9660_Close(img);
+   }
+}
+
 TEST(IsoOpen, NotAnImage) {
    trtest::TempDir dir;
    trtest::WriteFile(dir.file("text"), std::string(70000, 'x'));
