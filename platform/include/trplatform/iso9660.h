@@ -96,7 +96,10 @@ TRPLATFORM_API Iso9660Result Iso9660_GetVolumeId(Iso9660Image *image, char **vol
 /*
  * Copies the image's file at pathInImage into hostDir under its base name;
  * for a directory, copies what the directory holds (files, and
- * subdirectories with their trees) into hostDir, which must exist.
+ * subdirectories with their trees) into hostDir, which must exist. A tree
+ * in which a directory is reached twice, or whose files add up to more
+ * than eight times the image's size, is damaged: ISO9660_BAD_FORMAT, with
+ * what was copied before left in place.
  */
 TRPLATFORM_API Iso9660Result Iso9660_Extract(Iso9660Image *image, const char *pathInImage,
                                              const char *hostDir) TR_NOEXCEPT;
