@@ -171,7 +171,11 @@ TEST_F(IsoReader, BestRequestedNameSpaceWithFallback) {
 TEST_F(IsoReader, PlainNamesLoseVersionAndEmptyExtensionDot) {
    Iso9660Image *img = Open(trtest::MediaFormat::Plain, 1);
    EXPECT_EQ(List(img, "BOOT/KERNEL"), (std::vector<std::string>{"KERNEL"}));
+   // Plain names are upper case; a path in any case finds them.
+   EXPECT_EQ(List(img, "/boot/Kernel"), (std::vector<std::string>{"KERNEL"}));
    EXPECT_EQ(List(img, "SOURCES"), (std::vector<std::string>{"LANG.INI"}));
+   trtest::TempDir out;
+   EXPECT_EQ(Iso9660_ExtractFileEx(img, "sources/lang.ini", out.file("l").c_str()), ISO9660_OK);
    EXPECT_EQ(ReadAll(img, "/", "README"), "Turbolinux 11\n");
    Iso9660_Close(img);
 }

@@ -69,7 +69,8 @@ TRPLATFORM_API Iso9660Result Iso9660_Open(const char *path, uint32_t formats, ui
 TRPLATFORM_API void Iso9660_Close(Iso9660Image *image) TR_NOEXCEPT;
 
 /* Paths are relative to the root, with or without a leading "/"; "" and "/"
- * name the root. Components match names exactly as presented. */
+ * name the root. Components match names as presented: exactly for Rock
+ * Ridge and Joliet, ignoring ASCII case for plain names. */
 TRPLATFORM_API Iso9660Result Iso9660_OpenDir(Iso9660Image *image, const char *path,
                                              Iso9660DirHandle *dir) TR_NOEXCEPT;
 /* Next entry ("." and ".." are not presented); ISO9660_END after the last. */
