@@ -210,7 +210,7 @@ IsoResult<Listing> ParseDirectory(const ImageFile &file, const Descriptors &desc
       // Records never cross a 2048-byte logical sector, whatever the block
       // size; a zero length byte pads the rest of the sector.
       const size_t sectorLeft = kSectorSize - static_cast<size_t>((base + pos) % kSectorSize);
-      uint8_t len = dir[pos];
+      uint8_t len = dir[pos + kRecLength];
       if (len == 0) {
          pos += sectorLeft;
          continue;
