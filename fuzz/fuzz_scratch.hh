@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <unistd.h>
 
@@ -23,6 +24,22 @@ inline const std::string &ScratchPath(const char *tag) {
       close(fd);
       return templ;
    }();
+   return path;
+}
+
+// A per-process scratch directory, emptied on each call.
+inline const std::string &EmptyScratchDir(const char *tag) {
+   static const std::string path = [tag] {
+      std::string templ = std::string("/tmp/trguest-fuzz-") + tag + "-dir-XXXXXX";
+      if (mkdtemp(templ.data()) == nullptr) {
+         std::abort();
+      }
+      return templ;
+   }();
+   std::error_code ec;
+   for (const auto &entry : std::filesystem::directory_iterator(path, ec)) {
+      std::filesystem::remove_all(entry.path(), ec);
+   }
    return path;
 }
 
