@@ -1,7 +1,8 @@
 // fuzz_scratch.hh --
 //
-//    A per-process scratch file for fuzz targets whose code under test
-//    reads files by path.
+//    A per-process scratch file (and directory) for fuzz targets whose code
+//    under test reads or writes files by path; both go when the process
+//    ends.
 
 #pragma once
 
@@ -14,8 +15,17 @@
 
 namespace fuzz {
 
+// A scratch path, removed with anything below it when the process ends.
+struct ScratchEntry {
+   std::string path;
+   ~ScratchEntry() {
+      std::error_code ec;
+      std::filesystem::remove_all(path, ec);
+   }
+};
+
 inline const std::string &ScratchPath(const char *tag) {
-   static const std::string path = [tag] {
+   static const ScratchEntry entry{[tag] {
       std::string templ = std::string("/tmp/trguest-fuzz-") + tag + "-XXXXXX";
       int fd = mkstemp(templ.data());
       if (fd < 0) {
@@ -23,24 +33,24 @@ inline const std::string &ScratchPath(const char *tag) {
       }
       close(fd);
       return templ;
-   }();
-   return path;
+   }()};
+   return entry.path;
 }
 
 // A per-process scratch directory, emptied on each call.
 inline const std::string &EmptyScratchDir(const char *tag) {
-   static const std::string path = [tag] {
+   static const ScratchEntry entry{[tag] {
       std::string templ = std::string("/tmp/trguest-fuzz-") + tag + "-dir-XXXXXX";
       if (mkdtemp(templ.data()) == nullptr) {
          std::abort();
       }
       return templ;
-   }();
+   }()};
    std::error_code ec;
-   for (const auto &entry : std::filesystem::directory_iterator(path, ec)) {
-      std::filesystem::remove_all(entry.path(), ec);
+   for (const auto &item : std::filesystem::directory_iterator(entry.path, ec)) {
+      std::filesystem::remove_all(item.path(), ec);
    }
-   return path;
+   return entry.path;
 }
 
 // Replaces the scratch file's content with the input.
