@@ -52,7 +52,11 @@ IsoStatus CopyFile(Volume &volume, const Entry &entry, const std::string &destPa
          return trp::Err{ISO9660_BAD_FORMAT};
       }
    }
-   std::string tmp = destPath + ".XXXXXX";
+   // The temporary name is short and in the same directory: a name of 255
+   // bytes (what Rock Ridge allows) leaves no room for a suffix.
+   size_t slash = destPath.rfind('/');
+   std::string tmp =
+      (slash == std::string::npos ? std::string(".") : destPath.substr(0, slash)) + "/.trx-XXXXXX";
    int fd = mkstemp(tmp.data());
    if (fd < 0) {
       return trp::Err{ISO9660_IO_ERROR};
