@@ -1,46 +1,56 @@
 // fuzz_scratch.hh --
 //
-//    A per-process scratch file for fuzz targets whose code under test
-//    reads files by path.
+//    A per-process scratch file (and directory) for fuzz targets whose code
+//    under test reads or writes files by path; both go when the process
+//    ends.
 
 #pragma once
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <unistd.h>
 
 namespace fuzz {
 
-// The scratch file's name, kept in plain storage so that it is still there
-// when the exit handler removes the file.
-inline char *ScratchName() {
-   static char name[256];
-   return name;
-}
-
-inline void RemoveScratch() {
-   if (ScratchName()[0] != '\0') {
-      unlink(ScratchName());
+// A scratch path, removed with anything below it when the process ends.
+struct ScratchEntry {
+   std::string path;
+   ~ScratchEntry() {
+      std::error_code ec;
+      std::filesystem::remove_all(path, ec);
    }
-}
+};
 
-// The file is removed when the process exits normally, so that replays
-// leave nothing behind in /tmp.
 inline const std::string &ScratchPath(const char *tag) {
-   static const std::string path = [tag] {
+   static const ScratchEntry entry{[tag] {
       std::string templ = std::string("/tmp/trguest-fuzz-") + tag + "-XXXXXX";
       int fd = mkstemp(templ.data());
-      if (fd < 0 || templ.size() >= 256) {
+      if (fd < 0) {
          std::abort();
       }
       close(fd);
-      templ.copy(ScratchName(), templ.size());
-      std::atexit(RemoveScratch);
       return templ;
-   }();
-   return path;
+   }()};
+   return entry.path;
+}
+
+// A per-process scratch directory, emptied on each call.
+inline const std::string &EmptyScratchDir(const char *tag) {
+   static const ScratchEntry entry{[tag] {
+      std::string templ = std::string("/tmp/trguest-fuzz-") + tag + "-dir-XXXXXX";
+      if (mkdtemp(templ.data()) == nullptr) {
+         std::abort();
+      }
+      return templ;
+   }()};
+   std::error_code ec;
+   for (const auto &item : std::filesystem::directory_iterator(entry.path, ec)) {
+      std::filesystem::remove_all(item.path(), ec);
+   }
+   return entry.path;
 }
 
 // Replaces the scratch file's content with the input.

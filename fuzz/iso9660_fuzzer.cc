@@ -1,7 +1,8 @@
 // iso9660_fuzzer.cc --
 //
 //    Untrusted ISO 9660 images: open through each name space, walk every
-//    directory to a bounded depth, read every file, get the volume id.
+//    directory to a bounded depth, read every file, get the volume id;
+//    extract the whole tree (Rock Ridge names) and one file of the root.
 
 #include <cstdint>
 #include <cstdlib>
@@ -56,6 +57,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       char *label = nullptr;
       if (Iso9660_GetVolumeId(img, &label) == ISO9660_OK) {
          std::free(label);
+      }
+      if (requested == 4) {
+         const std::string &out = fuzz::EmptyScratchDir("iso");
+         Iso9660_Extract(img, "/", out.c_str());
+         Iso9660DirHandle d;
+         Iso9660DirEntry e;
+         if (Iso9660_OpenDir(img, "", &d) == ISO9660_OK) {
+            if (Iso9660_ReadDir(img, d, &e) == ISO9660_OK) {
+               Iso9660_ExtractFileEx(img, e.name, (out + "/one").c_str());
+            }
+            Iso9660_CloseDir(img, d);
+         }
       }
       Iso9660_Close(img);
    }

@@ -4,6 +4,7 @@
 //    handles.
 
 #include <trplatform/iso9660.h>
+#include <trplatform/util.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -63,6 +64,9 @@ uint32_t NewHandle(Iso9660Image *image) {
 extern "C" {
 
 TRPLATFORM_API Iso9660Result Iso9660_ListFormats(const char *path, uint32_t *formats) noexcept {
+   if (path == nullptr || formats == nullptr) {
+      return ISO9660_ERROR;
+   }
    auto volume = trp::iso::Volume::open(path, &trp::iso::BytesReadCounter());
    if (!volume) {
       return volume.error();
@@ -73,6 +77,9 @@ TRPLATFORM_API Iso9660Result Iso9660_ListFormats(const char *path, uint32_t *for
 
 TRPLATFORM_API Iso9660Result Iso9660_Open(const char *path, uint32_t formats, uint32_t flags,
                                           Iso9660Image **image) noexcept {
+   if (image == nullptr) {
+      return ISO9660_ERROR;
+   }
    *image = nullptr;
    if (path == nullptr || flags != 0) {
       return ISO9660_ERROR;
@@ -95,7 +102,7 @@ TRPLATFORM_API void Iso9660_Close(Iso9660Image *image) noexcept {
 
 TRPLATFORM_API Iso9660Result Iso9660_OpenDir(Iso9660Image *image, const char *path,
                                              Iso9660DirHandle *dir) noexcept {
-   if (image == nullptr || path == nullptr) {
+   if (image == nullptr || path == nullptr || dir == nullptr) {
       return ISO9660_BAD_HANDLE;
    }
    auto entry = image->volume->lookup(path);
@@ -117,7 +124,7 @@ TRPLATFORM_API Iso9660Result Iso9660_OpenDir(Iso9660Image *image, const char *pa
 
 TRPLATFORM_API Iso9660Result Iso9660_ReadDir(Iso9660Image *image, Iso9660DirHandle dir,
                                              Iso9660DirEntry *entry) noexcept {
-   if (image == nullptr) {
+   if (image == nullptr || entry == nullptr) {
       return ISO9660_BAD_HANDLE;
    }
    auto it = image->dirs.find(dir);
@@ -163,7 +170,7 @@ TRPLATFORM_API Iso9660Result Iso9660_CloseDir(Iso9660Image *image, Iso9660DirHan
 // whether a name exists works for directories as well.
 TRPLATFORM_API Iso9660Result Iso9660_OpenFile(Iso9660Image *image, const Iso9660DirEntry *entry,
                                               Iso9660FileHandle *file) noexcept {
-   if (image == nullptr || entry == nullptr || entry->imageId != image->id) {
+   if (image == nullptr || entry == nullptr || file == nullptr || entry->imageId != image->id) {
       return ISO9660_BAD_HANDLE;
    }
    auto listing = image->volume->listing(entry->dirExtent, 0);
@@ -199,7 +206,7 @@ TRPLATFORM_API Iso9660Result Iso9660_OpenFile(Iso9660Image *image, const Iso9660
 
 TRPLATFORM_API Iso9660Result Iso9660_ReadFile(Iso9660Image *image, Iso9660FileHandle file,
                                               void *buffer, uint32_t *count) noexcept {
-   if (image == nullptr || count == nullptr) {
+   if (image == nullptr || count == nullptr || (buffer == nullptr && *count != 0)) {
       return ISO9660_BAD_HANDLE;
    }
    auto it = image->files.find(file);
@@ -239,8 +246,8 @@ TRPLATFORM_API Iso9660Result Iso9660_GetVolumeId(Iso9660Image *image, char **vol
    if (image == nullptr || volumeId == nullptr) {
       return ISO9660_BAD_HANDLE;
    }
-   *volumeId = strdup(image->volume->descriptors().volumeId.c_str());
-   return *volumeId != nullptr ? ISO9660_OK : ISO9660_NO_MEMORY;
+   *volumeId = UtilSafeStrdup0(image->volume->descriptors().volumeId.c_str());
+   return ISO9660_OK;
 }
 
 TRPLATFORM_API uint64_t Iso9660_GetBytesRead(void) noexcept {

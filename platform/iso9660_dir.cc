@@ -77,9 +77,15 @@ struct RockRidgeInfo {
    bool selfOrParent = false;        // NM with the CURRENT or PARENT flag
 };
 
+// Walks system-use areas. Continuation areas are read from the image, so
+// the bytes read for one directory are bounded too: records that all point
+// at the same large area would otherwise cost a read of it each.
 class SuspWalker {
 public:
    SuspWalker(const ImageFile &file, const Descriptors &desc) : file_(file), desc_(desc) {}
+
+   // Whether the directory's continuation budget ran out.
+   bool exhausted() const { return exhausted_; }
 
    // Walks the entries of a system-use area and its continuation areas.
    RockRidgeInfo walk(ByteView area) {
@@ -129,6 +135,11 @@ public:
              !RangeFits(next->offset, next->length, file_.size())) {
             break;
          }
+         if (next->length > kMaxListingSuspBytes - continuationBytes_) {
+            exhausted_ = true;
+            break;
+         }
+         continuationBytes_ += next->length;
          continuation.assign(static_cast<size_t>(next->length), 0);
          if (!file_.readAt(next->offset, continuation)) {
             break;
@@ -141,6 +152,8 @@ public:
 private:
    const ImageFile &file_;
    const Descriptors &desc_;
+   uint64_t continuationBytes_ = 0;
+   bool exhausted_ = false;
 };
 
 }  // namespace
@@ -189,16 +202,20 @@ IsoResult<Listing> ParseDirectory(const ImageFile &file, const Descriptors &desc
    SuspWalker susp(file, desc);
    const uint32_t bs = desc.blockSize;
    std::optional<Entry> pending;  // a multi-extent file still collecting extents
+   std::string pendingId;         // its file identifier, shared by all its records
+   size_t nameBytes = 0;
 
    size_t pos = 0;
    while (pos < dir.size()) {
-      uint8_t len = dir[pos];
+      // Records never cross a 2048-byte logical sector, whatever the block
+      // size; a zero length byte pads the rest of the sector.
+      const size_t sectorLeft = kSectorSize - static_cast<size_t>((base + pos) % kSectorSize);
+      uint8_t len = dir[pos + kRecLength];
       if (len == 0) {
-         // The rest of this block is padding; records never cross blocks.
-         pos = (pos / bs + 1) * bs;
+         pos += sectorLeft;
          continue;
       }
-      if (len < kMinRecordSize || (pos % bs) + len > bs || !RangeFits(pos, len, dir.size())) {
+      if (len < kMinRecordSize || len > sectorLeft || !RangeFits(pos, len, dir.size())) {
          return Err{ISO9660_BAD_FORMAT};
       }
       ByteView rec = *dir.slice(pos, len);
@@ -214,6 +231,7 @@ IsoResult<Listing> ParseDirectory(const ImageFile &file, const Descriptors &desc
       uint32_t extent = *rec.le32(kRecExtent);
       uint32_t dataLength = *rec.le32(kRecDataLength);
       ByteView id = *rec.slice(kRecName, nameLen);
+      std::string_view rawId(reinterpret_cast<const char *>(id.data()), nameLen);
       if (nameLen == 1 && (id[0] == 0 || id[0] == 1)) {
          continue;  // "." and ".."
       }
@@ -222,16 +240,46 @@ IsoResult<Listing> ParseDirectory(const ImageFile &file, const Descriptors &desc
       }
       bool isDirectory = (flags & kFlagDirectory) != 0;
       uint32_t dataBlock = extent + xar;
+      auto offset = CheckedMul(dataBlock, bs);
+      if (!offset) {
+         return Err{ISO9660_BAD_FORMAT};
+      }
+
+      if (pending) {
+         // Every record of a multi-extent file carries the same identifier;
+         // the name space's name (a Rock Ridge NM may sit on the first
+         // record only) comes from the first.
+         if (pendingId != rawId || isDirectory) {
+            return Err{ISO9660_BAD_FORMAT};  // the run ended without its final record
+         }
+         if (pending->extents.size() >= kMaxExtentsPerFile) {
+            return Err{ISO9660_BAD_FORMAT};
+         }
+         pending->extents.push_back(Extent{*offset, dataLength});
+         pending->size += dataLength;
+         if ((flags & kFlagMultiExtent) != 0) {
+            continue;
+         }
+         Entry done = std::move(*pending);
+         pending.reset();
+         if (listing.entries.size() >= kMaxDirectoryEntries) {
+            return Err{ISO9660_BAD_FORMAT};
+         }
+         listing.entries.push_back(std::move(done));
+         continue;
+      }
 
       std::string name;
       if (ns == NameSpace::Joliet) {
          name = JolietName(id.span());
       } else {
-         name = PlainName(std::string_view(reinterpret_cast<const char *>(id.data()), nameLen),
-                          isDirectory);
+         name = PlainName(rawId, isDirectory);
          if (ns == NameSpace::RockRidge) {
             size_t su = kRecName + nameLen + (nameLen % 2 == 0 ? 1 : 0) + desc.suspSkip;
             RockRidgeInfo rr = susp.walk(su < len ? *rec.slice(su, len - su) : ByteView());
+            if (susp.exhausted()) {
+               return Err{ISO9660_BAD_FORMAT};
+            }
             if (rr.relocated || rr.selfOrParent) {
                continue;
             }
@@ -251,33 +299,24 @@ IsoResult<Listing> ParseDirectory(const ImageFile &file, const Descriptors &desc
       if (name.empty() || name == "." || name == ".." || name.size() >= ISO9660_NAME_MAX) {
          continue;
       }
+      nameBytes += name.size();
+      if (nameBytes > kMaxListingNameBytes) {
+         return Err{ISO9660_BAD_FORMAT};
+      }
 
-      auto offset = CheckedMul(dataBlock, bs);
-      if (!offset) {
-         return Err{ISO9660_BAD_FORMAT};
-      }
-      if (pending && (pending->name != name || isDirectory)) {
-         // A multi-extent run that ended without its final record.
-         return Err{ISO9660_BAD_FORMAT};
-      }
-      Entry entry = pending ? std::move(*pending) : Entry{};
-      pending.reset();
-      if (entry.extents.empty()) {
-         entry.name = std::move(name);
-         entry.isDirectory = isDirectory;
-         entry.recordOffset = recordOffset;
-         entry.extentBlock = dataBlock;
-      }
+      Entry entry;
+      entry.name = std::move(name);
+      entry.isDirectory = isDirectory;
+      entry.recordOffset = recordOffset;
+      entry.extentBlock = dataBlock;
+      entry.size = dataLength;
       if (!isDirectory) {
-         if (entry.extents.size() >= kMaxExtentsPerFile) {
-            return Err{ISO9660_BAD_FORMAT};
-         }
          entry.extents.push_back(Extent{*offset, dataLength});
-      }
-      entry.size += dataLength;
-      if ((flags & kFlagMultiExtent) != 0 && !isDirectory) {
-         pending = std::move(entry);
-         continue;
+         if ((flags & kFlagMultiExtent) != 0) {
+            pending = std::move(entry);
+            pendingId = rawId;
+            continue;
+         }
       }
       if (listing.entries.size() >= kMaxDirectoryEntries) {
          return Err{ISO9660_BAD_FORMAT};

@@ -24,6 +24,11 @@ using trp::iso::Volume;
 
 constexpr uint32_t kMaxExtractDepth = 64;
 constexpr size_t kCopyChunk = 1u << 20;
+// A tree extraction copies at most this many times the image's size. Files
+// may share data (hard links), but far more than the image holds can only
+// come from records that point at the same extents over and over, and
+// would fill the host's disk.
+constexpr uint64_t kExtractSizeFactor = 8;
 
 // A name that may be used as one host path component.
 bool IsSafeComponent(const std::string &name) {
@@ -32,14 +37,26 @@ bool IsSafeComponent(const std::string &name) {
 }
 
 // Writes the entry's data to destPath through a temporary file renamed into
-// place, so that a failed copy leaves no partial file.
-IsoStatus CopyFile(Volume &volume, const Entry &entry, const std::string &destPath) {
+// place, so that a failed copy leaves no partial file. The entry's size is
+// taken from *budget when one is given.
+IsoStatus CopyFile(Volume &volume, const Entry &entry, const std::string &destPath,
+                   uint64_t *budget = nullptr) {
+   if (budget != nullptr) {
+      if (entry.size > *budget) {
+         return trp::Err{ISO9660_BAD_FORMAT};
+      }
+      *budget -= entry.size;
+   }
    for (const trp::iso::Extent &x : entry.extents) {
       if (!trp::RangeFits(x.offset, x.length, volume.file().size())) {
          return trp::Err{ISO9660_BAD_FORMAT};
       }
    }
-   std::string tmp = destPath + ".XXXXXX";
+   // The temporary name is short and in the same directory: a name of 255
+   // bytes (what Rock Ridge allows) leaves no room for a suffix.
+   size_t slash = destPath.rfind('/');
+   std::string tmp =
+      (slash == std::string::npos ? std::string(".") : destPath.substr(0, slash)) + "/.trx-XXXXXX";
    int fd = mkstemp(tmp.data());
    if (fd < 0) {
       return trp::Err{ISO9660_IO_ERROR};
@@ -74,12 +91,14 @@ IsoStatus CopyFile(Volume &volume, const Entry &entry, const std::string &destPa
    return {};
 }
 
-// Copies what the directory holds into hostDir. `onPath` holds the blocks
-// of the directories being copied, so that a directory that contains
-// itself ends the walk instead of recursing forever.
+// Copies what the directory holds into hostDir. `visited` holds the blocks
+// of every directory copied so far in this extraction: a directory reached a
+// second time (a record pointing back up the tree, or one directory linked
+// from several places, which would multiply the work with every level) is
+// a damaged image, not more data.
 IsoStatus CopyTree(Volume &volume, const Entry &dir, const std::string &hostDir, uint32_t depth,
-                   std::set<uint32_t> *onPath) {
-   if (depth > kMaxExtractDepth || !onPath->insert(dir.extentBlock).second) {
+                   std::set<uint32_t> *visited, uint64_t *budget) {
+   if (depth > kMaxExtractDepth || !visited->insert(dir.extentBlock).second) {
       return trp::Err{ISO9660_BAD_FORMAT};
    }
    auto listing = volume.listing(dir.extentBlock, dir.size);
@@ -95,12 +114,11 @@ IsoStatus CopyTree(Volume &volume, const Entry &dir, const std::string &hostDir,
          if (::mkdir(target.c_str(), 0755) != 0 && errno != EEXIST) {
             return trp::Err{ISO9660_IO_ERROR};
          }
-         TRP_TRY(CopyTree(volume, e, target, depth + 1, onPath));
+         TRP_TRY(CopyTree(volume, e, target, depth + 1, visited, budget));
       } else {
-         TRP_TRY(CopyFile(volume, e, target));
+         TRP_TRY(CopyFile(volume, e, target, budget));
       }
    }
-   onPath->erase(dir.extentBlock);
    return {};
 }
 
@@ -119,8 +137,14 @@ TRPLATFORM_API Iso9660Result Iso9660_Extract(Iso9660Image *image, const char *pa
    }
    IsoStatus status;
    if (entry->isDirectory) {
-      std::set<uint32_t> onPath;
-      status = CopyTree(*image->volume, *entry, hostDir, 0, &onPath);
+      // A directory's content goes straight into hostDir rather than into a
+      // new subdirectory of it: callers name the host directory the files
+      // are to land in (the driver files of a tools image, say) and list it
+      // afterwards.
+      std::set<uint32_t> visited;
+      uint64_t budget =
+         trp::CheckedMul(image->volume->file().size(), kExtractSizeFactor).value_or(UINT64_MAX);
+      status = CopyTree(*image->volume, *entry, hostDir, 0, &visited, &budget);
    } else {
       status = CopyFile(*image->volume, *entry, std::string(hostDir) + "/" + entry->name);
    }

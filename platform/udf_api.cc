@@ -132,24 +132,29 @@ TRPLATFORM_API UDFFile *UDF_OpenFile(UDFImage *udf, UDFDir *dir, const char *nam
    return nullptr;
 }
 
+// The buffer comes from plain malloc rather than the allocators that stop
+// the process when memory runs out: its size is what the image claims, and
+// a file too large to hold is a failed read, not a reason to stop.
 TRPLATFORM_API Bool UDF_ReadFile(UDFFile *file, char **buffer) noexcept {
    if (file == nullptr || buffer == nullptr || file->node.isDirectory) {
       return FALSE;
    }
-   std::vector<uint8_t> data;
-   if (!file->udf->volume->readData(file->node, &data)) {
+   const uint64_t size = file->node.size;
+   if (size > file->udf->volume->file().size() || size >= SIZE_MAX) {
       return FALSE;
    }
-   char *out = static_cast<char *>(std::malloc(data.size() + 1));
+   char *out = static_cast<char *>(std::malloc(static_cast<size_t>(size) + 1));
    if (out == nullptr) {
       return FALSE;
    }
-   if (!data.empty()) {
-      std::memcpy(out, data.data(), data.size());
+   std::span<uint8_t> data(reinterpret_cast<uint8_t *>(out), static_cast<size_t>(size));
+   if (!file->udf->volume->readData(file->node, data)) {
+      std::free(out);
+      return FALSE;
    }
-   out[data.size()] = '\0';
+   out[size] = '\0';
    *buffer = out;
-   file->lastReadSize = data.size();
+   file->lastReadSize = size;
    return TRUE;
 }
 

@@ -137,27 +137,27 @@ UdfResult<std::vector<Piece>> Volume::readAllocation(ByteView area, int adType,
 
 // Files hold at most as many bytes as the image: installation media carry
 // no sparse files, and an entry that claims more is damaged.
-UdfStatus Volume::readData(const Node &node, std::vector<uint8_t> *out) {
-   if (node.size > file_.size() || node.size >= SIZE_MAX) {
+UdfStatus Volume::readData(const Node &node, std::span<uint8_t> out) {
+   if (node.size > file_.size() || node.size != out.size()) {
       return Err{UdfError::TooLarge};
    }
    if (node.embedded) {
-      *out = *node.embedded;
+      if (!out.empty()) {
+         std::memcpy(out.data(), node.embedded->data(), out.size());
+      }
       return {};
    }
-   out->assign(static_cast<size_t>(node.size), 0);
    uint64_t done = 0;
    for (const Piece &p : node.pieces) {
       if (done >= node.size) {
          break;
       }
       uint64_t n = std::min<uint64_t>(p.length, node.size - done);
+      std::span<uint8_t> part = out.subspan(static_cast<size_t>(done), static_cast<size_t>(n));
       if (p.recorded) {
-         auto data = readBlocks(p.start, n);
-         if (!data) {
-            return Err{data.error()};
-         }
-         std::memcpy(out->data() + done, data->data(), static_cast<size_t>(n));
+         TRP_TRY(readBlocksInto(p.start, part));
+      } else {
+         std::memset(part.data(), 0, part.size());
       }
       done += n;
    }
@@ -179,20 +179,25 @@ UdfResult<std::shared_ptr<const Listing>> Volume::listing(const Node &dir) {
    if (dir.size > kMaxDirectorySize) {
       return Err{UdfError::BadFormat};
    }
-   std::vector<uint8_t> data;
-   TRP_TRY(readData(dir, &data));
+   std::vector<uint8_t> data(static_cast<size_t>(dir.size));
+   TRP_TRY(readData(dir, data));
    auto listing = std::make_shared<Listing>();
    ByteView view(data.data(), data.size());
    size_t pos = 0;
    while (pos + kFidFixedSize <= view.size()) {
       ByteView rest = *view.from(pos);
-      if (CheckTag(rest, std::nullopt) != kTagFileIdentifier) {
-         return Err{UdfError::BadFormat};
-      }
       uint8_t characteristics = rest[18];
       uint8_t nameLength = rest[19];
       uint16_t implLength = *rest.le16(36);
       size_t used = kFidFixedSize + implLength + nameLength;
+      size_t padded = (used + 3) & ~size_t{3};
+      // An identifier's CRC covers the identifier and nothing past it (its
+      // padding at most); a longer one would make every identifier of a
+      // large directory checksum up to 64 KiB of the ones that follow.
+      ByteView fid = rest.slice(0, padded).value_or(rest);
+      if (*rest.le16(10) > padded - 16 || CheckTag(fid, std::nullopt) != kTagFileIdentifier) {
+         return Err{UdfError::BadFormat};
+      }
       auto name = rest.slice(kFidFixedSize + implLength, nameLength);
       if (!name) {
          return Err{UdfError::BadFormat};
@@ -212,7 +217,7 @@ UdfResult<std::shared_ptr<const Listing>> Volume::listing(const Node &dir) {
             listing->entries.push_back(std::move(e));
          }
       }
-      pos += (used + 3) & ~size_t{3};
+      pos += padded;
    }
    if (cachedEntries_ + listing->entries.size() > kMaxCachedEntries) {
       cache_.clear();

@@ -36,6 +36,8 @@ constexpr size_t kMaxDirectoryEntries = 200000;  // entries presented per direct
 constexpr uint32_t kMaxExtentsPerFile = 4096;    // records of one multi-extent file
 constexpr uint32_t kMaxSuspContinuations = 32;   // CE hops per record
 constexpr size_t kMaxSuspBytes = 64u << 10;      // system-use bytes walked per record
+constexpr uint64_t kMaxListingSuspBytes = 64u << 20;  // continuation bytes read per directory
+constexpr size_t kMaxListingNameBytes = 32u << 20;    // bytes of names kept per directory
 constexpr uint32_t kMaxPathDepth = 128;          // components of a path looked up
 constexpr size_t kMaxCachedEntries = 500000;     // listings kept for reuse
 

@@ -107,8 +107,9 @@ public:
    UdfResult<std::shared_ptr<const Listing>> listing(const Node &dir);
    // The node at path below `start` ("" and "/" are `start` itself).
    UdfResult<Node> lookup(const Node &start, std::string_view path);
-   // Reads a node's whole data (at most size bytes) into out.
-   UdfStatus readData(const Node &node, std::vector<uint8_t> *out);
+   // Reads a node's whole data into out, which holds exactly node.size
+   // bytes.
+   UdfStatus readData(const Node &node, std::span<uint8_t> out);
 
 private:
    struct PartitionMap {
@@ -127,7 +128,10 @@ private:
    UdfStatus loadMetadataPartitions();
    // Image offset of a logical block, checked against the image.
    UdfResult<uint64_t> blockOffset(LbAddr addr, uint64_t length) const;
+   // Reads length bytes (descriptors and directories: bounded) into a new
+   // buffer, or into out.
    UdfResult<std::vector<uint8_t>> readBlocks(LbAddr addr, uint64_t length) const;
+   UdfStatus readBlocksInto(LbAddr addr, std::span<uint8_t> out) const;
    UdfResult<std::vector<Piece>> readAllocation(ByteView area, int adType, uint16_t partition,
                                                 uint64_t size);
 

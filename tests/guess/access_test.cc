@@ -82,16 +82,18 @@ TEST_P(AccessLayer, DirectoriesOpenInThreeCases) {
    EXPECT_STREQ(d->path, plain() ? "/SOURCES" : "/sources");
    EXPECT_TRUE(Guess_CloseDir(m(), d));
 
-   d = Guess_OpenDir(m(), "sources");
+   // Plain ISO 9660 names are upper case by definition and match in any
+   // case, so the first attempt already opens them.
+   d = Guess_OpenDir(m(), "Sources");
    ASSERT_NE(d, nullptr);
-   EXPECT_STREQ(d->path, plain() ? "SOURCES" : "sources");
+   EXPECT_STREQ(d->path, plain() ? "Sources" : "sources");
    EXPECT_TRUE(Guess_CloseDir(m(), d));
 
    // A mixed-case name is none of the three forms of another mixed-case
-   // spelling (the readers match directory names exactly).
+   // spelling where the reader matches names exactly.
    d = Guess_OpenDir(m(), "mIXED");
    if (plain()) {
-      ASSERT_NE(d, nullptr);  // "MIXED" on the second attempt
+      ASSERT_NE(d, nullptr);
       EXPECT_TRUE(Guess_CloseDir(m(), d));
    } else {
       EXPECT_EQ(d, nullptr);

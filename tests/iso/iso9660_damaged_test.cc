@@ -173,6 +173,7 @@ TEST(IsoLarge, FilesPastFourGiBInADvdSizedImage) {
    const uint64_t size = 4700000000ULL;
    const uint32_t farBlock = 2200000;   // 4,505,600,000 bytes in
    const uint32_t fartherBlock = 2250000;
+   const uint32_t farDirBlock = 2260000, farDirFileBlock = 2290000;
    std::string path = dir.file("dvd.iso");
    {
       isocraft::Image img(path, size);
@@ -182,7 +183,11 @@ TEST(IsoLarge, FilesPastFourGiBInADvdSizedImage) {
       img.putBlock(kRoot, DotRecords(kRoot, 2048, kRoot, 2048) +
                              Record(19, 2048, 0x80, "BIG.BIN;1") +
                              Record(farBlock, 100, 0, "BIG.BIN;1") +
-                             Record(fartherBlock, 8, 0, "FAR.TXT;1"));
+                             Record(fartherBlock, 8, 0, "FAR.TXT;1") +
+                             Record(farDirBlock, 2048, 2, "FARDIR"));
+      img.putBlock(farDirBlock, DotRecords(farDirBlock, 2048, kRoot, 2048) +
+                                   Record(farDirFileBlock, 6, 0, "INSIDE.TXT;1"));
+      img.putBlock(farDirFileBlock, "inside");
       img.putBlock(19, std::string(2048, 'A'));
       img.putBlock(farBlock, std::string(100, 'B'));
       img.putBlock(fartherBlock, "far away");
@@ -194,6 +199,7 @@ TEST(IsoLarge, FilesPastFourGiBInADvdSizedImage) {
    Iso9660DirEntry e;
    std::string big, far;
    while (Iso9660_ReadDir(img, d, &e) == ISO9660_OK) {
+      if (e.isDirectory) continue;
       Iso9660FileHandle f;
       ASSERT_EQ(Iso9660_OpenFile(img, &e, &f), ISO9660_OK);
       std::string data;
@@ -213,6 +219,10 @@ TEST(IsoLarge, FilesPastFourGiBInADvdSizedImage) {
    EXPECT_EQ(far, "far away");
    EXPECT_EQ(Iso9660_ExtractFileEx(img, "FAR.TXT", dir.file("far.txt").c_str()), ISO9660_OK);
    EXPECT_EQ(trtest::ReadFile(dir.file("far.txt")), "far away");
+   // A directory past the mark, listed and extracted.
+   trtest::TempDir out;
+   EXPECT_EQ(Iso9660_Extract(img, "/FARDIR", out.path().c_str()), ISO9660_OK);
+   EXPECT_EQ(trtest::ReadFile(out.file("INSIDE.TXT")), "inside");
    Iso9660_Close(img);
 }
 

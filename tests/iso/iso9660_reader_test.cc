@@ -171,7 +171,11 @@ TEST_F(IsoReader, BestRequestedNameSpaceWithFallback) {
 TEST_F(IsoReader, PlainNamesLoseVersionAndEmptyExtensionDot) {
    Iso9660Image *img = Open(trtest::MediaFormat::Plain, 1);
    EXPECT_EQ(List(img, "BOOT/KERNEL"), (std::vector<std::string>{"KERNEL"}));
+   // Plain names are upper case; a path in any case finds them.
+   EXPECT_EQ(List(img, "/boot/Kernel"), (std::vector<std::string>{"KERNEL"}));
    EXPECT_EQ(List(img, "SOURCES"), (std::vector<std::string>{"LANG.INI"}));
+   trtest::TempDir out;
+   EXPECT_EQ(Iso9660_ExtractFileEx(img, "sources/lang.ini", out.file("l").c_str()), ISO9660_OK);
    EXPECT_EQ(ReadAll(img, "/", "README"), "Turbolinux 11\n");
    Iso9660_Close(img);
 }
@@ -291,6 +295,38 @@ TEST_F(IsoReader, ExtractFilesAndTrees) {
    EXPECT_EQ(Iso9660_ExtractFileEx(img, "README", "/nonexistent/dir/x"), ISO9660_IO_ERROR);
    EXPECT_EQ(Iso9660_ExtractFileEx(img, "sources", out.file("s").c_str()), ISO9660_IS_A_DIRECTORY);
    Iso9660_Close(img);
+}
+
+// Names outside ASCII come out as UTF-8 from Rock Ridge and Joliet; a
+// Rock Ridge name too long for its record continues in a continuation area.
+TEST(IsoNames, NonAsciiAndLongNames) {
+   if (!trtest::CanBuild(trtest::MediaFormat::JolietRockRidge)) {
+      GTEST_SKIP() << "xorriso is not installed";
+   }
+   trtest::TempDir dir;
+   trtest::MediaSpec spec;
+   const std::string longName = std::string(251, 'n') + ".txt";  // as long as a host allows
+   spec.files = {{"Dossier/\xc3\xa9t\xc3\xa9.txt", "summer"}, {longName, "long"}};
+   std::string path = trtest::BuildImage(dir, spec);
+   for (uint32_t formats : {4u, 2u}) {
+      Iso9660Image *img = nullptr;
+      ASSERT_EQ(Iso9660_Open(path.c_str(), formats, 0, &img), ISO9660_OK);
+      Iso9660DirHandle d;
+      ASSERT_EQ(Iso9660_OpenDir(img, "/Dossier", &d), ISO9660_OK) << formats;
+      Iso9660DirEntry e;
+      ASSERT_EQ(Iso9660_ReadDir(img, d, &e), ISO9660_OK);
+      EXPECT_STREQ(e.name, "\xc3\xa9t\xc3\xa9.txt") << formats;
+      Iso9660_CloseDir(img, d);
+      if (formats == 4) {
+         trtest::TempDir out;
+         EXPECT_EQ(Iso9660_ExtractFileEx(img, longName.c_str(), out.file("l").c_str()),
+                   ISO9660_OK);
+         EXPECT_EQ(trtest::ReadFile(out.file("l")), "long");
+         EXPECT_EQ(Iso9660_Extract(img, longName.c_str(), out.path().c_str()), ISO9660_OK);
+         EXPECT_EQ(trtest::ReadFile(out.file(longName)), "long");
+      }
+      Iso9660_Close(img);
+   }
 }
 
 TEST(IsoOpen, NotAnImage) {

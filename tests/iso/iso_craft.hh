@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <string>
 #include <string_view>
+#include <vector>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -57,6 +58,35 @@ inline std::string DotRecords(uint32_t self, uint32_t size, uint32_t parent, uin
                               std::string_view dotSu = "") {
    return Record(self, size, 2, std::string_view("\0", 1), dotSu) +
           Record(parent, parentSize, 2, std::string_view("\1", 1));
+}
+
+// Lays records out as a directory extent: a record that would cross a
+// 2048-byte sector starts the next one, the gap is zero padding, and the
+// last sector is padded out.
+inline std::string PackRecords(const std::vector<std::string> &records) {
+   std::string out;
+   for (const std::string &r : records) {
+      size_t left = kBlock - out.size() % kBlock;
+      if (r.size() > left) {
+         out.append(left, '\0');
+      }
+      out += r;
+   }
+   out.append((kBlock - out.size() % kBlock) % kBlock, '\0');
+   return out;
+}
+
+// The SUSP "SP" indicator and a Rock Ridge "RR" entry, for the root's "."
+// record, so that the image counts as Rock Ridge.
+inline std::string RockRidgeRootSu() {
+   return std::string("SP\x07\x01\xBE\xEF\x00", 7) + std::string("RR\x05\x01\x81", 5);
+}
+
+// A Rock Ridge "NM" entry holding name.
+inline std::string NameEntry(std::string_view name) {
+   std::string nm("NM\0\x01\x00", 5);
+   nm[2] = static_cast<char>(5 + name.size());
+   return nm + std::string(name);
 }
 
 inline std::string Descriptor(uint8_t type, uint32_t rootExtent, uint32_t rootSize,

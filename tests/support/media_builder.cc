@@ -30,10 +30,13 @@ std::string BuildImage(const TempDir &dir, const MediaSpec &spec, const std::str
    std::string out = dir.file(name);
    std::vector<std::string> cmd;
    if (spec.format == MediaFormat::UdfBridge) {
-      cmd = {"genisoimage", "-quiet", "-udf", "-J", "-joliet-long", "-iso-level", "3",
+      cmd = {"genisoimage", "-quiet", "-input-charset", "utf-8", "-udf", "-J", "-joliet-long",
+             "-iso-level", "3",
              "-V", spec.volumeId, "-o", out, stage};
    } else {
-      cmd = {"xorriso", "-as", "mkisofs", "-quiet", "-iso-level", "3", "-V", spec.volumeId};
+      // Names are UTF-8 whatever the locale the tests run in.
+      cmd = {"xorriso", "-as", "mkisofs", "-quiet", "-input-charset", "utf-8", "-output-charset",
+             "utf-8", "-iso-level", "3", "-V", spec.volumeId};
       // xorriso writes Rock Ridge unless told not to.
       cmd.push_back(spec.format == MediaFormat::RockRidge ||
                           spec.format == MediaFormat::JolietRockRidge

@@ -15,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <unistd.h>
+#include <vector>
 
 namespace trtest {
 
@@ -191,17 +192,42 @@ private:
          nextEntryBlock_ += 1 + static_cast<uint32_t>(dirBytes(n) / kBs);
          for (auto &c : n->children) place(c.second.get(), n->entryBlock);
       } else if (n->file != nullptr && !n->file->embedded && !n->file->contents.empty()) {
+         uint64_t blocks = dataBlocks(*n->file);
          if (n->file->atBlock != 0) {
             n->dataBlock = static_cast<uint32_t>(n->file->atBlock);
          } else {
             n->dataBlock = nextDataBlock_;
-            nextDataBlock_ += static_cast<uint32_t>((n->file->contents.size() + kBs - 1) / kBs);
+            nextDataBlock_ += static_cast<uint32_t>(blocks);
          }
-         maxBlock_ = std::max<uint64_t>(maxBlock_, n->dataBlock +
-                                                       (n->file->contents.size() + kBs - 1) / kBs);
+         maxBlock_ = std::max<uint64_t>(maxBlock_, n->dataBlock + blocks);
       }
       maxBlock_ = std::max<uint64_t>(maxBlock_, std::max<uint64_t>(nextDataBlock_,
                                                                    physicalBlock(nextEntryBlock_)));
+   }
+
+   // Where the pieces of a file's data go: (offset in the contents, bytes,
+   // physical block), one free block after each piece.
+   struct DataPiece {
+      size_t from;
+      size_t bytes;
+      uint32_t block;
+   };
+   static std::vector<DataPiece> pieces(const UdfFile &f, uint32_t firstBlock) {
+      std::vector<DataPiece> out;
+      size_t step = f.extentBytes != 0 ? f.extentBytes : f.contents.size();
+      uint32_t block = firstBlock;
+      for (size_t from = 0; from < f.contents.size(); from += step) {
+         size_t bytes = std::min(step, f.contents.size() - from);
+         out.push_back({from, bytes, block});
+         block += static_cast<uint32_t>((bytes + kBs - 1) / kBs) + 1;
+      }
+      return out;
+   }
+   // Blocks the data takes, gaps and the allocation extent descriptor
+   // (the last block) included.
+   static uint64_t dataBlocks(const UdfFile &f) {
+      auto p = pieces(f, 0);
+      return p.empty() ? 0 : p.back().block + (p.back().bytes + kBs - 1) / kBs + 2;
    }
 
    size_t fidSize(size_t nameBytes) const { return (38 + nameBytes + 3) & ~size_t{3}; }
@@ -368,20 +394,30 @@ private:
       }
       Bytes ads;
       if (!contents.empty()) {
-         if (meta_) {
-            // Data in the physical partition, away from the entry: long AD.
-            Bytes ad(16, '\0');
-            Le32(ad, 0, static_cast<uint32_t>(contents.size()));
-            Le32(ad, 4, n->dataBlock);
-            Le16(ad, 8, 0);
-            ads = ad;
-         } else {
-            Bytes ad(8, '\0');
-            Le32(ad, 0, static_cast<uint32_t>(contents.size()));
-            Le32(ad, 4, n->dataBlock);
-            ads = ad;
+         // Data in the physical partition: long ADs from the metadata
+         // partition's entries, short ones otherwise.
+         auto ad = [this](uint32_t lengthAndType, uint32_t block) {
+            Bytes a(meta_ ? 16 : 8, '\0');
+            Le32(a, 0, lengthAndType);
+            Le32(a, 4, block);
+            return a;
+         };
+         std::vector<DataPiece> parts = pieces(*n->file, n->dataBlock);
+         Bytes more;
+         for (size_t i = 0; i < parts.size(); i++) {
+            put(dataOffset(parts[i].block), contents.substr(parts[i].from, parts[i].bytes));
+            (i == 0 || !n->file->viaAed ? ads : more) +=
+               ad(static_cast<uint32_t>(parts[i].bytes), parts[i].block);
          }
-         put(dataOffset(n->dataBlock), contents);
+         if (!more.empty()) {
+            uint32_t aedBlock = static_cast<uint32_t>(n->dataBlock + dataBlocks(*n->file) - 1);
+            Bytes aed(24, '\0');
+            Le32(aed, 20, static_cast<uint32_t>(more.size()));
+            aed += more;
+            Tag(aed, 258, aedBlock);
+            put(dataOffset(aedBlock), aed);
+            ads += ad((3u << 30) | kBs, aedBlock);
+         }
       }
       put(offsetOf(n->entryBlock),
           entry(n->entryBlock, 5, contents.size(), meta_ ? 1 : 0, ads, n->parentEntry));

@@ -21,6 +21,11 @@ struct UdfFile {
    std::string contents;
    bool embedded = false;    // data inside the file entry
    uint64_t atBlock = 0;     // physical-partition block of the data (0: next free)
+   // When not 0: the data lies in extents of this many bytes (a multiple of
+   // the block size), one free block between them; with viaAed the
+   // descriptors after the first one lie in an allocation extent descriptor.
+   uint32_t extentBytes = 0;
+   bool viaAed = false;
 };
 
 struct UdfSpec {

@@ -113,6 +113,30 @@ TEST_P(UdfPure, ListsAndReads) {
    UDF_Close(udf);
 }
 
+// Directories of several blocks, and files in several extents, some of them
+// listed in an allocation extent descriptor.
+TEST_P(UdfPure, LargeDirectoriesAndFragmentedFiles) {
+   trtest::TempDir dir;
+   trtest::UdfSpec spec;
+   spec.revision = GetParam();
+   std::string big(5 * 2048 + 77, '\0');
+   for (size_t i = 0; i < big.size(); i++) big[i] = static_cast<char>('A' + i % 23);
+   spec.files = {{"frag/direct.bin", big, false, 0, 2048},
+                 {"frag/aed.bin", big, false, 0, 4096, true}};
+   for (int i = 0; i < 150; i++) {
+      spec.files.push_back({"many/entry number " + std::to_string(i), std::to_string(i)});
+   }
+   std::string path = dir.file("big.udf");
+   ASSERT_TRUE(trtest::BuildUdfImage(path, spec));
+   UDFImage *udf = UDF_Open(path.c_str());
+   ASSERT_NE(udf, nullptr);
+   EXPECT_EQ(List(udf, "many").size(), 150u);  // about 9 KB of identifiers
+   EXPECT_EQ(Read(udf, "many", "entry number 149"), "149");
+   EXPECT_EQ(Read(udf, "frag", "direct.bin"), big);
+   EXPECT_EQ(Read(udf, "frag", "aed.bin"), big);
+   UDF_Close(udf);
+}
+
 INSTANTIATE_TEST_SUITE_P(Revisions, UdfPure,
                          ::testing::Values(trtest::UdfSpec::Udf201, trtest::UdfSpec::Udf250),
                          [](const auto &p) {
@@ -134,6 +158,8 @@ TEST(UdfNames, SixteenBitCompressedUnicode) {
    UDF_Close(udf);
 }
 
+// The same files through the UDF side and the ISO 9660 (Joliet) side of a
+// bridge image, with a directory larger than one block on both.
 TEST(UdfBridge, OpensThroughBothReaders) {
    if (!trtest::CanBuild(trtest::MediaFormat::UdfBridge)) {
       GTEST_SKIP() << "genisoimage is not installed";
@@ -141,18 +167,35 @@ TEST(UdfBridge, OpensThroughBothReaders) {
    trtest::TempDir dir;
    trtest::MediaSpec spec;
    spec.format = trtest::MediaFormat::UdfBridge;
-   spec.files = {{"sources/lang.ini", "[Available UI Languages]\r\nen-US = 3\r\n"}};
+   spec.files = {{"sources/lang.ini", "[Available UI Languages]\r\nen-US = 3\r\n"},
+                 {"sources/install.wim", std::string(70000, 'w')}};
+   for (int i = 0; i < 120; i++) {
+      spec.files.push_back({"many/file" + std::to_string(i) + ".txt", std::to_string(i)});
+   }
    std::string path = trtest::BuildImage(dir, spec);
    UDF_ResetBytesRead();
    UDFImage *udf = UDF_Open(path.c_str());
    ASSERT_NE(udf, nullptr);
-   EXPECT_EQ(Read(udf, "sources", "lang.ini"), "[Available UI Languages]\r\nen-US = 3\r\n");
-   EXPECT_GT(UDF_GetBytesRead(), 0u);
+   EXPECT_EQ(Read(udf, "sources", "lang.ini"), spec.files[0].contents);
+   EXPECT_EQ(Read(udf, "sources", "install.wim"), spec.files[1].contents);
+   EXPECT_EQ(List(udf, "many").size(), 120u);
+   EXPECT_EQ(Read(udf, "many", "file119.txt"), "119");
+   EXPECT_GE(UDF_GetBytesRead(), 70000u);
    UDF_Close(udf);
+
    Iso9660Image *iso = nullptr;
    ASSERT_EQ(Iso9660_Open(path.c_str(), 2, 0, &iso), ISO9660_OK);
    Iso9660DirHandle d;
-   EXPECT_EQ(Iso9660_OpenDir(iso, "sources", &d), ISO9660_OK);
+   ASSERT_EQ(Iso9660_OpenDir(iso, "many", &d), ISO9660_OK);
+   Iso9660DirEntry e;
+   int count = 0;
+   while (Iso9660_ReadDir(iso, d, &e) == ISO9660_OK) count++;
+   EXPECT_EQ(count, 120);
+   Iso9660_CloseDir(iso, d);
+   trtest::TempDir out;
+   EXPECT_EQ(Iso9660_Extract(iso, "sources", out.path().c_str()), ISO9660_OK);
+   EXPECT_EQ(trtest::ReadFile(out.file("lang.ini")), spec.files[0].contents);
+   EXPECT_EQ(trtest::ReadFile(out.file("install.wim")), spec.files[1].contents);
    Iso9660_Close(iso);
 }
 
@@ -209,6 +252,13 @@ TEST(UdfDamaged, DescriptorsAreChecked) {
       {"rootFidTag", &trtest::UdfLayout::rootDataOffset, 0, "\x09", false, true, false},
       {"rootSizeBeyondImage", &trtest::UdfLayout::rootEntryOffset, 56,
        std::string("\0\0\0\0\0\0\0\x40", 8), true, true, false},
+      // An identifier whose CRC claims the bytes of the identifiers after it.
+      {"rootFidCrcBeyondIdentifier", &trtest::UdfLayout::rootDataOffset, 10,
+       std::string("\x64\x00", 2), true, true, false},
+      // The metadata file is damaged: its mirror serves; both: no volume.
+      {"metadataFileChecksum", &trtest::UdfLayout::partitionStart, 4, "\x55", false, true, true},
+      {"metadataFileAndMirror", &trtest::UdfLayout::partitionStart, 4,
+       std::string("\x55") + std::string(2047, '\0') + "\x55", false, false, false},
    };
    for (const auto &c : cases) {
       std::string path = dir.file(std::string(c.name) + ".udf");

@@ -69,7 +69,8 @@ TRPLATFORM_API Iso9660Result Iso9660_Open(const char *path, uint32_t formats, ui
 TRPLATFORM_API void Iso9660_Close(Iso9660Image *image) TR_NOEXCEPT;
 
 /* Paths are relative to the root, with or without a leading "/"; "" and "/"
- * name the root. Components match names exactly as presented. */
+ * name the root. Components match names as presented: exactly for Rock
+ * Ridge and Joliet, ignoring ASCII case for plain names. */
 TRPLATFORM_API Iso9660Result Iso9660_OpenDir(Iso9660Image *image, const char *path,
                                              Iso9660DirHandle *dir) TR_NOEXCEPT;
 /* Next entry ("." and ".." are not presented); ISO9660_END after the last. */
@@ -99,7 +100,10 @@ TRPLATFORM_API Iso9660Result Iso9660_GetVolumeId(Iso9660Image *image, char **vol
 /*
  * Copies the image's file at pathInImage into hostDir under its base name;
  * for a directory, copies what the directory holds (files, and
- * subdirectories with their trees) into hostDir, which must exist.
+ * subdirectories with their trees) into hostDir, which must exist. A tree
+ * in which a directory is reached twice, or whose files add up to more
+ * than eight times the image's size, is damaged: ISO9660_BAD_FORMAT, with
+ * what was copied before left in place.
  */
 TRPLATFORM_API Iso9660Result Iso9660_Extract(Iso9660Image *image, const char *pathInImage,
                                              const char *hostDir) TR_NOEXCEPT;

@@ -36,7 +36,8 @@ TRPLATFORM_API Bool UDF_IsDirEntryDirectory(const UDFDir *dir) TR_NOEXCEPT;
 /* The entry `name` of the directory (a file or a directory), NULL when absent. */
 TRPLATFORM_API UDFFile *UDF_OpenFile(UDFImage *udf, UDFDir *dir, const char *name) TR_NOEXCEPT;
 /* Reads the whole file into a new buffer (free()) with a NUL added after
- * the data. FALSE on a read error or for a directory. */
+ * the data. FALSE on a read error, for a directory, and for a file that
+ * claims more bytes than the image has or than memory can hold. */
 TRPLATFORM_API Bool UDF_ReadFile(UDFFile *file, char **buffer) TR_NOEXCEPT;
 /* Bytes of data that the last successful UDF_ReadFile of this file
  * delivered (the added NUL not counted); 0 before. */
