@@ -88,7 +88,7 @@ namespace {
 
 const std::string kUtf8 = "UTF-8";
 
-std::string FormatName(const char *fmt, va_list args) {
+TR_PRINTF(1, 0) std::string FormatName(const char *fmt, va_list args) {
    char *name = Str_SafeVasprintf(nullptr, fmt, args);
    std::string out(name);
    std::free(name);

@@ -50,7 +50,7 @@ void EmitLine(const char *text, size_t len) {
    }
 }
 
-void FormatAndEmit(const char *fmt, va_list args) {
+TR_PRINTF(1, 0) void FormatAndEmit(const char *fmt, va_list args) {
    char stackBuf[4096];
    va_list copy;
    va_copy(copy, args);

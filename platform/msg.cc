@@ -215,7 +215,12 @@ TRPLATFORM_API char *Msg_VFormat(const char *idFmt, va_list args) noexcept {
    if (fmt != defaultFmt && Conversions(fmt) != Conversions(defaultFmt)) {
       fmt = defaultFmt;
    }
+   // The format is the caller's catalogue text (or its checked translation),
+   // not a literal; the compiler cannot see that.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
    return Str_SafeVasprintf(nullptr, fmt.c_str(), args);
+#pragma GCC diagnostic pop
 }
 
 TRPLATFORM_API char *Msg_Format(const char *idFmt, ...) noexcept {
