@@ -83,17 +83,21 @@ extern "C" {
 
 TRPLATFORM_API char *StrUtil_GetNextToken(unsigned int *index, const char *str,
                                           const char *delimiters) noexcept {
-   size_t len = std::strlen(str);
+   // *index is 0 or where an earlier call stopped, so it is inside the text:
+   // the walk starts there and never measures the whole text again, which
+   // keeps a walk over all tokens of a large file linear.
    size_t i = *index;
-   if (i >= len) {
-      return nullptr;
-   }
    i += std::strspn(str + i, delimiters);
-   if (i >= len) {
-      *index = static_cast<unsigned int>(len);
+   if (str[i] == '\0') {
+      *index = static_cast<unsigned int>(i);
       return nullptr;
    }
    size_t end = i + std::strcspn(str + i, delimiters);
+   if (end > UINT_MAX) {
+      // The position would no longer fit the index: the text ends here for
+      // the caller, rather than starting over from a wrapped position.
+      return nullptr;
+   }
    *index = static_cast<unsigned int>(end);
    return UtilSafeStrndup0(str + i, end - i);
 }

@@ -121,6 +121,25 @@ TEST(StrUtilTokens, SplitsAtAnyDelimiterSkippingLeadingOnes) {
    EXPECT_EQ(StrUtil_GetNextToken(&index, "   ", " "), nullptr);
 }
 
+// A marker file from an image can be large: walking all of its lines must
+// take time in proportion to its size (measuring the whole text on every
+// call made this walk run for hours).
+TEST(StrUtilTokens, WalkOverALargeTextIsLinear) {
+   std::string text;
+   for (int i = 0; i < 1'000'000; i++) {
+      text += "KEY value\n";
+   }
+   unsigned int index = 0;
+   int lines = 0;
+   char *t;
+   while ((t = StrUtil_GetNextToken(&index, text.c_str(), "\n")) != nullptr) {
+      lines += std::strcmp(t, "KEY value") == 0 ? 1 : 0;
+      std::free(t);
+   }
+   EXPECT_EQ(lines, 1'000'000);
+   EXPECT_EQ(index, text.size());
+}
+
 TEST(StrUtilTokens, IntTokenTakesTheLeadingNumber) {
    // The SUSE "content" file: VERSION 11.1 followed by more lines.
    const char *text = "VERSION 11.1\nBASEARCHS x86_64\nNAME x.y\n";
