@@ -35,8 +35,8 @@ struct MandrivaState {
    uint32_t sub = GUESS_VERSION_UNKNOWN;
 };
 
-// Step 3: the ISO 9660 volume label. Returns true when the label decides
-// (an identifier and a Mandriva.201x. label).
+// The ISO 9660 volume label (media without a VERSION file). Returns true
+// when the label decides (an identifier and a Mandriva.201x. label).
 bool FromVolumeLabel(GuessMedia *media, MandrivaState *s) {
    if (media->kind != GUESS_MEDIA_ISO9660) {
       return false;
@@ -66,7 +66,7 @@ bool FromVolumeLabel(GuessMedia *media, MandrivaState *s) {
    return final;
 }
 
-// Step 4: "product.id" (vendor=Mandriva, arch=, version=).
+// "product.id" (vendor=Mandriva, arch=, version=), read after the label.
 void FromProductId(GuessMedia *media, MandrivaState *s, GuessInfo *info) {
    char *text = nullptr;
    for (const char *path : kProductIds) {
