@@ -69,7 +69,7 @@ void SetEditions(GuessInfo *info, const char *list) {
    Str_Strcpy(info->editions, list, sizeof info->editions);
 }
 
-// Step 2: the install_<edition>.clg entries of "/sources", each name
+// The install_<edition>.clg entries of "/sources", each name
 // without prefix and suffix and followed by "?", copied into editions.
 void ListEditions(GuessMedia *media, GuessInfo *info) {
    GuessDir *dir = Guess_OpenDir(media, "/sources");
@@ -95,8 +95,8 @@ void ListEditions(GuessMedia *media, GuessInfo *info) {
    Guess_CloseDir(media, dir);
 }
 
-// Step 4: the product generation from the BuildBranch value. Returns true
-// for a Windows 8-generation branch (step 5 follows).
+// The product generation from the BuildBranch value. Returns true for a
+// Windows 8-generation branch, which ClassifyWindows8 then sorts out.
 bool ClassifyBranch(GuessMedia *media, const char *branch, Flags *f) {
    if (StrUtil_StartsWith(branch, "vista") || StrUtil_StartsWith(branch, "lh_sp2rtm")) {
       f->vista = true;
@@ -114,7 +114,7 @@ bool ClassifyBranch(GuessMedia *media, const char *branch, Flags *f) {
    return false;
 }
 
-// Step 5: Windows 8 and Server 2012 media, by the markers of "sources".
+// Windows 8 and Server 2012 media, by the markers of "sources".
 void ClassifyWindows8(GuessMedia *media, GuessInfo *info, Flags *f) {
    bool eiCfg = Guess_FileExistsWithPrefix(media, "sources", "ei.cfg");
    bool svrBmp = Guess_FileExistsWithPrefix(media, "sources", "background_svr.bmp");
@@ -149,7 +149,7 @@ void ClassifyWindows8(GuessMedia *media, GuessInfo *info, Flags *f) {
    f->win8 = true;
 }
 
-// Step 7: the identifier of the flags, or NULL.
+// The identifier of the flags, or NULL.
 const char *Identifier(const Flags &f) {
    if (f.vista && f.server) {
       return f.amd64 ? "longhorn-64" : "longhorn";
@@ -178,8 +178,8 @@ const char *Identifier(const Flags &f) {
    return nullptr;
 }
 
-// Steps 3 to 7 on media whose idwbinfo.txt is present: the identifier, or
-// NULL when the medium is not recognised.
+// Server flag, generation and architecture of media whose idwbinfo.txt is
+// present: the identifier, or NULL when the medium is not recognised.
 const char *Recognise(GuessMedia *media, GuessInfo *info, const char *productIni,
                       const char *idwbInfo, Flags *f) {
    char *type = ValueAt(productIni, "Type=");

@@ -208,6 +208,13 @@ std::vector<VistaCase> Cases() {
    c.push_back({"8 Core", Win8(EiCfg("Core")), "windows8", 0, en, enList,
                 "Windows 8 Pro?Windows 8?"});
    c.back().media.arch = "x86";
+   // An entry that begins with "ei.cfg" but no readable sources/ei.cfg: no
+   // marker is found, so a client gets the generic list and a server is not
+   // Hyper-V.
+   c.push_back({"ei.cfg entry that cannot be read, client", Win8(""), "windows8-64", 0, en,
+                enList, "Windows 8 Pro?Windows 8?"});
+   c.push_back({"ei.cfg entry that cannot be read, server", Server2012("", true, ""),
+                "windows8srv-64", 0, en, enList, kServer2012Editions});
    c.push_back({"8 without BuildArch: not recognised, editions written",
                 With(Win8(EiCfg("Enterprise")), [](VistaEraMedia &m) {
                    m.idwbInfo = "[BUILDINFO]\r\nBuildBranch=win8_rtm.120725-1247\r\n";
@@ -271,6 +278,9 @@ MediaSpec SpecOf(const VistaCase &c, MediaFormat format) {
       std::erase_if(spec.files, [](const trtest::MediaFile &f) {
          return f.path == "sources/idwbinfo.txt";
       });
+   }
+   if (c.name.rfind("ei.cfg entry that cannot be read", 0) == 0) {
+      spec.files.push_back({"sources/ei.cfg.old", EiCfg("ServerHyperCore")});
    }
    if (c.name.rfind("clg entries in capitals", 0) == 0) {
       spec.files.push_back({"sources/INSTALL_Windows 7 STARTER.clg", "x"});
