@@ -71,10 +71,14 @@ TEST(GuessGuest, UnknownSystemGivesOne) {
    EXPECT_EQ(d.info.subVersion, 0u);
    EXPECT_FALSE(d.info.noIsolinuxCfg);
    EXPECT_STREQ(d.info.versionString, "");
+   // The Windows Vista detector writes "en-US" on every image it does not
+   // claim, and no later detector touches the language.
+   EXPECT_STREQ(d.info.language, "en-US");
    EXPECT_STREQ(d.info.languages, "");
    EXPECT_STREQ(d.info.editions, "");
-   // `language` is the Windows Vista detector's to write on every image it
-   // does not claim; its own tests pin that.
+   // Bytes after the text are still the cleared record's zeros.
+   EXPECT_EQ(d.info.language[6], '\0');
+   EXPECT_EQ(d.info.language[sizeof d.info.language - 1], '\0');
 }
 
 struct ChainCase {

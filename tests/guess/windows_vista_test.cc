@@ -409,30 +409,6 @@ INSTANTIATE_TEST_SUITE_P(Formats, WindowsVistaMedia,
                             return p.param == MediaFormat::UdfBridge ? "UdfBridge" : "Joliet";
                          });
 
-// With the Windows family built, an image that nothing recognises ends with
-// the "en-US" that the Vista detector writes.
-TEST(WindowsFamily, UnrecognisedImageEndsWithEnUs) {
-   trtest::TempDir dir;
-   MediaSpec spec;
-   spec.format = MediaFormat::Joliet;
-   spec.files = {{"README.TXT", "nothing to install here\r\n"}, {"DATA/FILE.BIN", "x"}};
-   std::string image = trtest::BuildImage(dir, spec);
-   ASSERT_FALSE(image.empty());
-   trtest::Detection d = trtest::DetectImage(image);
-   EXPECT_EQ(d.result, GUESS_RESULT_NO_MATCH);
-   EXPECT_EQ(d.info.guestOS, nullptr);
-   EXPECT_EQ(d.info.guestOS64, nullptr);
-   EXPECT_EQ(d.info.subVersion, 0u);
-   EXPECT_FALSE(d.info.noIsolinuxCfg);
-   EXPECT_STREQ(d.info.versionString, "");
-   EXPECT_STREQ(d.info.language, "en-US");
-   EXPECT_STREQ(d.info.languages, "");
-   EXPECT_STREQ(d.info.editions, "");
-   // Bytes after the text are still the cleared record's zeros.
-   EXPECT_EQ(d.info.language[6], '\0');
-   EXPECT_EQ(d.info.language[sizeof d.info.language - 1], '\0');
-}
-
 // Every identifier that the Windows detectors can store is in the
 // platform's guest OS table, in the Windows id range.
 TEST(WindowsFamily, IdentifiersAreInTheGuestOSTable) {
