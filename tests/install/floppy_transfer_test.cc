@@ -147,14 +147,16 @@ INSTANTIATE_TEST_SUITE_P(
                   Image::How::Open, 224},
       FailureCase{"ReadOnlyImage", [](D d, S p, S) { return Put(d, p, "keep0.txt"); },
                   Image::How::OpenReadOnly},
-      FailureCase{"FetchMissingName", [](D d, S, S t) { return Get(d, "txtsetup.oem", t); }},
+      FailureCase{"FetchMissingName", [](D d, S, S out) { return Get(d, "txtsetup.oem", out); }},
       FailureCase{"FetchIntoMissingDirectory",
-                  [](D d, S, S t) { return Get(d, "keep0.txt", (std::string(t) + "/x").c_str()); }},
+                  [](D d, S, S out) {
+                     return Get(d, "keep0.txt", (std::string(out) + "/x").c_str());
+                  }},
       FailureCase{"NullArguments",
-                  [](D d, S p, S t) {
+                  [](D d, S p, S out) {
                      return static_cast<Bool>(Put(nullptr, p, "w.sif") | Put(d, nullptr, "w.sif") |
-                                              Put(d, p, nullptr) | Get(nullptr, "keep0.txt", t) |
-                                              Get(d, nullptr, t) | Get(d, "keep0.txt", nullptr));
+                                              Put(d, p, nullptr) | Get(nullptr, "keep0.txt", out) |
+                                              Get(d, nullptr, out) | Get(d, "keep0.txt", nullptr));
                   }}),
    [](const testing::TestParamInfo<FailureCase> &p) { return std::string(p.param.name); });
 
