@@ -8,78 +8,49 @@
 
 #include <benchmark/benchmark.h>
 
-#include <string>
-#include <utility>
-#include <vector>
-
 #include <trguest/autoinstall.h>
-#include <trplatform/fsimage.h>
 
-#include "testsupport.hh"
+#include "fat_support.hh"
 
 namespace {
 
 // Name on the floppy and size of each file.
 const std::pair<const char *, size_t> kFloppyFiles[] = {
-   {"winnt.sif", 3 * 1024},        {"autoun~0.xml", 9 * 1024},   {"storePwd.ini", 300},
-   {"storePwd.exe", 48 * 1024},    {"unattend.cmd", 2 * 1024},   {"upgrader.exe", 300 * 1024},
-   {"txtsetup.oem", 2 * 1024},     {"trscsi.sys", 40 * 1024},    {"trscsi.inf", 5 * 1024},
+   {"winnt.sif", 3 * 1024},     {"autoun~0.xml", 9 * 1024}, {"storePwd.ini", 300},
+   {"storePwd.exe", 48 * 1024}, {"unattend.cmd", 2 * 1024}, {"upgrader.exe", 300 * 1024},
+   {"txtsetup.oem", 2 * 1024},  {"trscsi.sys", 40 * 1024},  {"trscsi.inf", 5 * 1024},
    {"trscsi.cat", 9 * 1024},
 };
 
-std::string Content(size_t size, unsigned seed) {
-   std::string s(size, '\0');
-   unsigned x = seed;
-   for (char &c : s) {
-      x = x * 1103515245u + 12345u;
-      c = static_cast<char>(x >> 16);
-   }
-   return s;
-}
-
-// Host copies of the floppy's files, made once.
-class HostFiles {
-public:
-   HostFiles() {
-      unsigned seed = 1;
+// A scratch directory holding the host copies of the floppy's files.
+const trtest::TempDir &Scratch() {
+   static const trtest::TempDir dir;
+   static const bool filled = [] {
+      uint32_t seed = 1;
       for (const auto &[name, size] : kFloppyFiles) {
-         paths_.emplace_back(dir_.file(std::string("src/") + name), name);
-         trtest::WriteFile(paths_.back().first, Content(size, seed++));
+         trtest::WriteFile(dir.file(name), fattest::Pattern(size, seed++));
       }
-   }
-   const std::vector<std::pair<std::string, const char *>> &files() const { return paths_; }
-   std::string scratch(const char *name) const { return dir_.file(name); }
-
-private:
-   trtest::TempDir dir_;
-   std::vector<std::pair<std::string, const char *>> paths_;  // host path, name on floppy
-};
-
-const HostFiles &Files() {
-   static const HostFiles files;
-   return files;
+      return true;
+   }();
+   static_cast<void>(filled);
+   return dir;
 }
 
 // Formats path and adds every file; false on the first failure.
 bool MakeFloppy(const std::string &path) {
-   FSImageVolume *volume = nullptr;
-   FSImageDir *dir = nullptr;
-   bool ok = FSImage_FormatVolume(nullptr, path.c_str(), 1, 1, &volume) == FSIMAGE_OK &&
-             FSImage_SkipVolumeBoot(volume, FSIMAGE_FAT_FILE_SYSTEM) == FSIMAGE_OK &&
-             FSImage_OpenRootDirectory(volume, &dir) == FSIMAGE_OK;
-   for (const auto &[host, name] : Files().files()) {
-      ok = ok && AddFileToFloppyImg(dir, host.c_str(), name);
+   fattest::Image image(path, fattest::Image::How::Format);
+   bool ok = image.error() == FSIMAGE_OK;
+   for (const auto &[name, size] : kFloppyFiles) {
+      ok = ok && AddFileToFloppyImg(image.dir(), Scratch().file(name).c_str(), name);
    }
-   FSImage_Close(dir);
-   ok = FSImage_Close(volume) == FSIMAGE_OK && ok;
-   return ok;
+   return image.close() == FSIMAGE_OK && ok;
 }
 
 void BM_FormatAndAddTenFiles(benchmark::State &state) {
-   const std::string image = Files().scratch("autoinst.flp");
-   size_t bytes = 0;
-   for (const auto &[name, size] : kFloppyFiles) {
-      bytes += size;
+   const std::string image = Scratch().file("autoinst.flp");
+   int64_t bytes = 0;
+   for (const auto &file : kFloppyFiles) {
+      bytes += static_cast<int64_t>(file.second);
    }
    for (auto _ : state) {
       if (!MakeFloppy(image)) {
@@ -87,32 +58,25 @@ void BM_FormatAndAddTenFiles(benchmark::State &state) {
          break;
       }
    }
-   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes));
+   state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * bytes);
 }
 BENCHMARK(BM_FormatAndAddTenFiles)->Unit(benchmark::kMillisecond);
 
 void BM_GetUpgraderFromFloppy(benchmark::State &state) {
-   const std::string image = Files().scratch("filled.flp");
-   const std::string out = Files().scratch("upgrader.out");
-   FSImageVolume *volume = nullptr;
-   FSImageDir *dir = nullptr;
-   if (!MakeFloppy(image) ||
-       FSImage_OpenVolume(nullptr, image.c_str(), 1, &volume) != FSIMAGE_OK ||
-       FSImage_SkipVolumeBoot(volume, FSIMAGE_FAT_FILE_SYSTEM) != FSIMAGE_OK ||
-       FSImage_OpenRootDirectory(volume, &dir) != FSIMAGE_OK) {
-      state.SkipWithError("cannot open the filled floppy");
-      FSImage_Close(volume);
+   const std::string image = Scratch().file("filled.flp"), out = Scratch().file("upgrader.out");
+   const bool made = MakeFloppy(image);
+   fattest::Image floppy(image, fattest::Image::How::Open);
+   if (!made || floppy.error() != FSIMAGE_OK) {
+      state.SkipWithError("cannot make the filled floppy");
       return;
    }
    for (auto _ : state) {
-      if (!GetFileFromFloppyImg(dir, "upgrader.exe", out.c_str())) {
+      if (!GetFileFromFloppyImg(floppy.dir(), "upgrader.exe", out.c_str())) {
          state.SkipWithError("copying the upgrader out failed");
          break;
       }
    }
    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * 300 * 1024);
-   FSImage_Close(dir);
-   FSImage_Close(volume);
 }
 BENCHMARK(BM_GetUpgraderFromFloppy)->Unit(benchmark::kMillisecond);
 

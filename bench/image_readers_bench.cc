@@ -9,121 +9,102 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include <trplatform/iso9660.h>
 #include <trplatform/udf.h>
 
 #include "media_builder.hh"
-#include "testsupport.hh"
 #include "udf_builder.hh"
 
 namespace {
 
-constexpr int kEntries = 200;
-constexpr size_t kFileBytes = 256 * 1024;
+constexpr uint64_t kFileBytes = 256 * 1024;
 
+// The two images, built once; a path is empty when its image cannot be.
 struct Images {
    trtest::TempDir dir;
-   std::string iso;  // empty without xorriso
-   std::string udf;
+   std::string iso, udf;
+   Images() {
+      trtest::UdfSpec udfSpec;
+      trtest::MediaSpec isoSpec;
+      for (int i = 0; i <= 200; i++) {
+         const bool last = i == 200;
+         const std::string path =
+            last ? "sources/install.wim" : "sources/entry" + std::to_string(i) + ".txt";
+         const std::string data = last ? std::string(kFileBytes, 'w') : "x";
+         udfSpec.files.push_back({path, data});
+         isoSpec.files.push_back({path, data});
+      }
+      if (trtest::BuildUdfImage(dir.file("bench.udf"), udfSpec)) udf = dir.file("bench.udf");
+      if (trtest::CanBuild(isoSpec.format)) iso = trtest::BuildImage(dir, isoSpec, "bench.iso");
+   }
 };
 
-const Images &TheImages() {
-   static const std::unique_ptr<Images> images = [] {
-      auto im = std::make_unique<Images>();
-      trtest::UdfSpec udf;
-      trtest::MediaSpec iso;
-      for (int i = 0; i < kEntries; i++) {
-         std::string path = "sources/entry" + std::to_string(i) + ".txt";
-         udf.files.push_back({path, "x"});
-         iso.files.push_back({path, "x"});
+// Opens the image, finds sources/install.wim and reads it whole; its size.
+uint64_t IsoFindAndRead(const std::string &path) {
+   uint32_t formats = 0;
+   Iso9660Image *img = nullptr;
+   Iso9660_ListFormats(path.c_str(), &formats);
+   if (Iso9660_Open(path.c_str(), formats, 0, &img) != ISO9660_OK) return 0;
+   Iso9660DirHandle d;
+   Iso9660DirEntry e;
+   Iso9660FileHandle f;
+   uint64_t got = 0;
+   bool found = false;
+   if (Iso9660_OpenDir(img, "sources", &d) == ISO9660_OK) {
+      while (!found && Iso9660_ReadDir(img, d, &e) == ISO9660_OK) {
+         found = std::strcmp(e.name, "install.wim") == 0;
       }
-      udf.files.push_back({"sources/install.wim", std::string(kFileBytes, 'w')});
-      iso.files.push_back({"sources/install.wim", std::string(kFileBytes, 'w')});
-      im->udf = im->dir.file("bench.udf");
-      if (!trtest::BuildUdfImage(im->udf, udf)) {
-         im->udf.clear();
+      if (found && Iso9660_OpenFile(img, &e, &f) == ISO9660_OK) {
+         char buf[2048];
+         uint32_t n = sizeof buf;
+         for (; Iso9660_ReadFile(img, f, buf, &n) == ISO9660_OK; n = sizeof buf) got += n;
+         Iso9660_CloseFile(img, f);
       }
-      if (trtest::CanBuild(iso.format)) {
-         im->iso = trtest::BuildImage(im->dir, iso, "bench.iso");
-      }
-      return im;
-   }();
-   return *images;
+      Iso9660_CloseDir(img, d);
+   }
+   Iso9660_Close(img);
+   return got;
 }
 
-void BM_IsoFindAndRead(benchmark::State &state) {
-   const std::string &path = TheImages().iso;
-   if (path.empty()) {
-      state.SkipWithError("xorriso is not installed");
-      return;
-   }
-   Iso9660_ResetBytesRead();
-   std::string buf(2048, '\0');
-   for (auto _ : state) {
-      uint32_t formats = 0;
-      Iso9660_ListFormats(path.c_str(), &formats);
-      Iso9660Image *img = nullptr;
-      if (Iso9660_Open(path.c_str(), formats, 0, &img) != ISO9660_OK) {
-         state.SkipWithError("cannot open the image");
-         return;
-      }
-      Iso9660DirHandle d;
-      Iso9660DirEntry e;
-      uint64_t got = 0;
-      if (Iso9660_OpenDir(img, "sources", &d) == ISO9660_OK) {
-         while (Iso9660_ReadDir(img, d, &e) == ISO9660_OK) {
-            if (std::strcmp(e.name, "install.wim") != 0) continue;
-            Iso9660FileHandle f;
-            if (Iso9660_OpenFile(img, &e, &f) == ISO9660_OK) {
-               uint32_t count = 2048;
-               while (Iso9660_ReadFile(img, f, buf.data(), &count) == ISO9660_OK) {
-                  got += count;
-                  count = 2048;
-               }
-               Iso9660_CloseFile(img, f);
-            }
-            break;
-         }
-         Iso9660_CloseDir(img, d);
-      }
-      Iso9660_Close(img);
-      benchmark::DoNotOptimize(got);
-   }
-   state.counters["imageBytesPerIter"] = benchmark::Counter(
-      static_cast<double>(Iso9660_GetBytesRead()), benchmark::Counter::kAvgIterations);
+// The same through the UDF reader.
+uint64_t UdfFindAndRead(const std::string &path) {
+   UDFImage *udf = UDF_Open(path.c_str());
+   UDFDir *d = udf != nullptr ? UDF_OpenDir(udf, nullptr, "sources") : nullptr;
+   UDFFile *f = d != nullptr ? UDF_OpenFile(udf, d, "install.wim") : nullptr;
+   char *data = nullptr;
+   const uint64_t got = f != nullptr && UDF_ReadFile(f, &data) ? kFileBytes : 0;
+   std::free(data);
+   UDF_CloseFile(f);
+   UDF_CloseDir(d);
+   UDF_Close(udf);
+   return got;
 }
-BENCHMARK(BM_IsoFindAndRead);
 
-void BM_UdfFindAndRead(benchmark::State &state) {
-   const std::string &path = TheImages().udf;
+// One reader over its image, failing when it does not find the whole file.
+void BM_FindAndRead(benchmark::State &state, std::string Images::*image,
+                    uint64_t (*findAndRead)(const std::string &), uint64_t (*bytesRead)(),
+                    void (*reset)()) {
+   static const Images images;
+   const std::string &path = images.*image;
    if (path.empty()) {
-      state.SkipWithError("cannot build the UDF image");
+      state.SkipWithError("cannot build the image");
       return;
    }
-   UDF_ResetBytesRead();
+   reset();
    for (auto _ : state) {
-      UDFImage *udf = UDF_Open(path.c_str());
-      if (udf == nullptr) {
-         state.SkipWithError("cannot open the image");
+      if (findAndRead(path) != kFileBytes) {
+         state.SkipWithError("install.wim not found or not read whole");
          return;
       }
-      UDFDir *d = UDF_OpenDir(udf, nullptr, "sources");
-      UDFFile *f = d != nullptr ? UDF_OpenFile(udf, d, "install.wim") : nullptr;
-      char *data = nullptr;
-      if (f != nullptr && UDF_ReadFile(f, &data)) {
-         benchmark::DoNotOptimize(data[0]);
-         std::free(data);
-      }
-      UDF_CloseFile(f);
-      UDF_CloseDir(d);
-      UDF_Close(udf);
    }
-   state.counters["imageBytesPerIter"] = benchmark::Counter(
-      static_cast<double>(UDF_GetBytesRead()), benchmark::Counter::kAvgIterations);
+   state.counters["imageBytesPerIter"] =
+      benchmark::Counter(static_cast<double>(bytesRead()), benchmark::Counter::kAvgIterations);
 }
-BENCHMARK(BM_UdfFindAndRead);
+BENCHMARK_CAPTURE(BM_FindAndRead, iso, &Images::iso, IsoFindAndRead, Iso9660_GetBytesRead,
+                  Iso9660_ResetBytesRead);
+BENCHMARK_CAPTURE(BM_FindAndRead, udf, &Images::udf, UdfFindAndRead, UDF_GetBytesRead,
+                  UDF_ResetBytesRead);
 
 }  // namespace

@@ -1,7 +1,8 @@
 // floppy_cli_test.cc --
 //
 //    trguest floppy, run as a user would run it: a floppy made, filled,
-//    listed and read back, checked with fsck.fat and mtools.
+//    listed and read back, checked with fsck.fat and mtools; bad input and
+//    bad usage each a message and their own exit code.
 
 #include <string>
 #include <vector>
@@ -13,49 +14,40 @@
 
 namespace {
 
-const std::string kTool = std::string(TRGUEST_BINARY_DIR) + "/bin/trguest";
-
-trtest::CommandResult Tool(std::vector<std::string> args) {
-   args.insert(args.begin(), kTool);
+trtest::CommandResult Floppy(std::vector<std::string> args) {
+   args.insert(args.begin(), {std::string(TRGUEST_BINARY_DIR) + "/bin/trguest", "floppy"});
    return trtest::RunCommand(args);
 }
 
 TEST(CliFloppy, FormatAddListGet) {
    FAT_REQUIRE_TOOLS();
    trtest::TempDir dir;
-   const std::string img = dir.file("autoinst.flp");
-   const std::string answer = dir.file("preseed.cfg");
-   trtest::WriteFile(answer, "d-i debian-installer/locale string en_US\n");
+   const std::string img = dir.file("autoinst.flp"), answer = dir.file("preseed.cfg");
+   const std::string content = "d-i debian-installer/locale string en_US\n";
+   trtest::WriteFile(answer, content);
 
-   EXPECT_EQ(Tool({"floppy", "format", img}).exitCode, 0);
-   EXPECT_EQ(Tool({"floppy", "add", img, answer, "preseed.cfg"}).exitCode, 0);
-   EXPECT_EQ(Tool({"floppy", "add", img, answer, "UPGRADE.SH"}).exitCode, 0);
-   auto r = Tool({"floppy", "list", img});
+   EXPECT_EQ(Floppy({"format", img}).exitCode, 0);
+   EXPECT_EQ(Floppy({"add", img, answer, "preseed.cfg"}).exitCode, 0);
+   EXPECT_EQ(Floppy({"add", img, answer, "UPGRADE.SH"}).exitCode, 0);
+   auto r = Floppy({"list", img});
    EXPECT_EQ(r.exitCode, 0);
    EXPECT_EQ(r.output, "        41 preseed.cfg\n        41 UPGRADE.SH\n");
-
-   r = Tool({"floppy", "get", img, "upgrade.sh", dir.file("back")});
+   r = Floppy({"get", img, "upgrade.sh", dir.file("back")});
    EXPECT_EQ(r.exitCode, 0) << r.output;
-   EXPECT_EQ(trtest::ReadFile(dir.file("back")), trtest::ReadFile(answer));
+   EXPECT_EQ(trtest::ReadFile(dir.file("back")), content);
    fattest::ExpectFsckClean(img);
-   fattest::ExpectMtype(img, "preseed.cfg", trtest::ReadFile(answer));
+   fattest::ExpectMtype(img, "preseed.cfg", content);
 
-   struct {
-      std::vector<std::string> args;
-      int exitCode;
-   } failures[] = {
-      {{"floppy", "add", img, answer, "much-too-long.cfg"}, 2},
-      {{"floppy", "add", img, dir.file("missing"), "x.cfg"}, 2},
-      {{"floppy", "get", img, "missing.cfg", dir.file("out")}, 2},
-      {{"floppy", "list", dir.file("missing.flp")}, 2},
-      {{"floppy", "list", answer}, 2},
-      {{"floppy", "add", img, answer}, 64},
-      {{"floppy", "erase", img}, 64},
+   // 2: the operation failed; 64: a usage error.
+   const std::pair<std::vector<std::string>, int> failures[] = {
+      {{"add", img, answer, "much-too-long.cfg"}, 2}, {{"add", img, dir.file("no"), "x.cfg"}, 2},
+      {{"get", img, "missing.cfg", dir.file("out")}, 2}, {{"list", dir.file("missing.flp")}, 2},
+      {{"list", answer}, 2}, {{"add", img, answer}, 64}, {{"erase", img}, 64},
    };
-   for (const auto &f : failures) {
-      r = Tool(f.args);
-      EXPECT_EQ(r.exitCode, f.exitCode) << f.args[1] << " " << f.args.back();
-      EXPECT_NE(r.output, "") << f.args[1] << " " << f.args.back();
+   for (const auto &[args, exitCode] : failures) {
+      r = Floppy(args);
+      EXPECT_EQ(r.exitCode, exitCode) << args[0] << " " << args.back();
+      EXPECT_NE(r.output, "") << args[0] << " " << args.back();
    }
    EXPECT_FALSE(trtest::FileExists(dir.file("out")));
    fattest::ExpectFsckClean(img);
