@@ -116,19 +116,37 @@ Bool FindOnUdf(GuessMedia *media, GuessDir *dir, const char *name, char **conten
    return found;
 }
 
+// Calls attempt with text as given, then in upper case, then in lower case,
+// until one succeeds. A variant that equals the text as given is not tried
+// a second time (a name without lower-case letters is its own upper-case
+// form): a failed lookup walks a whole directory.
+template <typename Attempt>
+auto WithCaseVariants(const char *text, Attempt attempt) -> decltype(attempt(text)) {
+   char *copy = UtilSafeStrdup0(text);
+   auto result = attempt(copy);
+   if (!result && std::strcmp(Str_ToUpper(copy), text) != 0) {
+      result = attempt(copy);
+   }
+   if (!result && std::strcmp(Str_ToLower(copy), text) != 0) {
+      result = attempt(copy);
+   }
+   std::free(copy);
+   return result;
+}
+
 // Reads a file of an open directory, trying the name as given, then in
 // upper case, then in lower case.
 char *ReadWithCaseRetries(GuessMedia *media, GuessDir *dir, const char *name, size_t *length,
                           Bool lengthOnUdf) {
-   char *copy = UtilSafeStrdup0(name);
    char *contents = nullptr;
-   if (!GuessFindFile(media, dir, copy, &contents, length, lengthOnUdf) &&
-       !GuessFindFile(media, dir, Str_ToUpper(copy), &contents, length, lengthOnUdf) &&
-       !GuessFindFile(media, dir, Str_ToLower(copy), &contents, length, lengthOnUdf)) {
-      contents = nullptr;
-   }
-   std::free(copy);
-   return contents;
+   auto attempt = [&](const char *variant) {
+      return GuessFindFile(media, dir, variant, &contents, length, lengthOnUdf);
+   };
+   // File names on ISO 9660 media compare ignoring case already, so the
+   // other variants could only find what the first did not.
+   Bool found = media->kind == GUESS_MEDIA_ISO9660 ? attempt(name)
+                                                   : WithCaseVariants(name, attempt);
+   return found ? contents : nullptr;
 }
 
 char *ReadFileName(GuessMedia *media, const char *path, size_t *length, Bool lengthOnUdf) {
@@ -190,16 +208,9 @@ char *GuessReadFileNameWithLength(GuessMedia *media, const char *path, size_t *l
 extern "C" {
 
 TRGUEST_API GuessDir *Guess_OpenDir(GuessMedia *media, const char *path) noexcept {
-   char *copy = UtilSafeStrdup0(path);
-   GuessDir *dir = GuessOpenDirPath(media, copy);
-   if (dir == nullptr) {
-      dir = GuessOpenDirPath(media, Str_ToUpper(copy));
-   }
-   if (dir == nullptr) {
-      dir = GuessOpenDirPath(media, Str_ToLower(copy));
-   }
-   std::free(copy);
-   return dir;
+   return WithCaseVariants(path, [media](const char *variant) {
+      return GuessOpenDirPath(media, variant);
+   });
 }
 
 TRGUEST_API const char *Guess_ReadDir(GuessMedia *media, GuessDir *dir) noexcept {
