@@ -101,7 +101,7 @@ TRGUEST_API Bool Guess_WindowsNT(GuessMedia *media, GuessInfo *info) noexcept {
       setup = Guess_ReadFileName(media, "AMD64/TXTSETUP.SIF", nullptr);
       if (setup == nullptr) {
          std::free(prodspec);
-         return info->guestOS != nullptr;
+         return GuessFinish(info, nullptr, GUESS_VERSION_UNKNOWN);
       }
    }
    if (prodspec == nullptr) {
@@ -114,13 +114,7 @@ TRGUEST_API Bool Guess_WindowsNT(GuessMedia *media, GuessInfo *info) noexcept {
    }
    std::free(setup);
    std::free(prodspec);
-
-   if (id == nullptr) {
-      return info->guestOS != nullptr;
-   }
-   info->guestOS = id;
-   info->subVersion = GUESS_VERSION_UNKNOWN;
-   return TRUE;
+   return GuessFinish(info, id, GUESS_VERSION_UNKNOWN);
 }
 
 TRGUEST_API Bool Guess_WindowsLegacy(GuessMedia *media, GuessInfo *info) noexcept {
@@ -132,12 +126,7 @@ TRGUEST_API Bool Guess_WindowsLegacy(GuessMedia *media, GuessInfo *info) noexcep
          id = row.guestOS;
       }
    }
-   if (id == nullptr) {
-      return info->guestOS != nullptr;
-   }
-   info->guestOS = id;
-   info->subVersion = GUESS_VERSION_UNKNOWN;
-   return TRUE;
+   return GuessFinish(info, id, GUESS_VERSION_UNKNOWN);
 }
 
 }  // extern "C"

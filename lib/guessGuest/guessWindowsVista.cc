@@ -304,13 +304,7 @@ TRGUEST_API Bool Guess_WindowsVistaAndNewer(GuessMedia *media, GuessInfo *info) 
    std::free(productIni);
    std::free(idwbInfo);
    std::free(langIni);
-
-   if (id == nullptr) {
-      return info->guestOS != nullptr;
-   }
-   info->guestOS = id;
-   info->subVersion = flags.subVersion;
-   return TRUE;
+   return GuessFinish(info, id, flags.subVersion);
 }
 
 }  // extern "C"
