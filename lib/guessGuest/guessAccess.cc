@@ -21,18 +21,6 @@ namespace {
 
 constexpr uint32_t kChunk = 2048;
 
-// Names on the image compare without regard to the case of ASCII letters;
-// every other byte compares exactly, whatever the process's locale.
-bool AsciiCaseEqual(const char *a, const char *b) {
-   for (;; a++, b++) {
-      char x = *a, y = *b;
-      if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
-      if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
-      if (x != y) return false;
-      if (x == '\0') return true;
-   }
-}
-
 [[noreturn]] void UnknownKind(int line) {
    Panic("NOT_REACHED %s:%d\n", GUESS_SOURCE_PATH, line);
 }
@@ -41,7 +29,7 @@ Bool FindOnIso(GuessMedia *media, GuessDir *dir, const char *name, char **conten
                size_t *length) {
    // The entry the caller's last Guess_ReadDir returned is not looked up
    // again (on a fresh handle that entry is the empty name).
-   if (AsciiCaseEqual(name, dir->isoEntry.name)) {
+   if (GuessNamesEqual(name, dir->isoEntry.name)) {
       return FALSE;
    }
    Iso9660DirHandle own;
@@ -51,7 +39,7 @@ Bool FindOnIso(GuessMedia *media, GuessDir *dir, const char *name, char **conten
    Iso9660DirEntry entry;
    bool matched = false;
    while (Iso9660_ReadDir(media->iso, own, &entry) == ISO9660_OK) {
-      if (AsciiCaseEqual(entry.name, name)) {
+      if (GuessNamesEqual(entry.name, name)) {
          matched = true;
          break;
       }
@@ -165,6 +153,16 @@ char *ReadFileName(GuessMedia *media, const char *path, size_t *length, Bool len
 }
 
 }  // namespace
+
+bool GuessNamesEqual(const char *a, const char *b) {
+   for (;; a++, b++) {
+      char x = *a, y = *b;
+      if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
+      if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
+      if (x != y) return false;
+      if (x == '\0') return true;
+   }
+}
 
 GuessDir *GuessOpenDirPath(GuessMedia *media, const char *path) {
    auto *dir = static_cast<GuessDir *>(UtilSafeCalloc0(1, sizeof(GuessDir)));

@@ -24,6 +24,11 @@ inline Bool GuessFinish(GuessInfo *info, const char *guestOS, uint32_t sub) {
    return TRUE;
 }
 
+// Whether two names on the image are the same: ASCII letters compare
+// without regard to case, every other byte exactly, whatever the process's
+// locale.
+bool GuessNamesEqual(const char *a, const char *b);
+
 // One attempt at opening a directory of the image (no case retries).
 GuessDir *GuessOpenDirPath(GuessMedia *media, const char *path);
 
