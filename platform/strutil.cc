@@ -12,14 +12,12 @@
 
 #include <trplatform/util.h>
 
+#include "internal/ascii.hh"
+
 namespace {
 
 bool IsSpace(char c) {
    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
-}
-
-char Lower(char c) {
-   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
 std::string_view Trim(std::string_view s) {
@@ -168,7 +166,7 @@ TRPLATFORM_API Bool StrUtil_StartsWith(const char *s, const char *prefix) noexce
 
 TRPLATFORM_API Bool StrUtil_CaselessStartsWith(const char *s, const char *prefix) noexcept {
    for (; *prefix != '\0'; s++, prefix++) {
-      if (*s == '\0' || Lower(*s) != Lower(*prefix)) {
+      if (*s == '\0' || trp::AsciiToLower(*s) != trp::AsciiToLower(*prefix)) {
          return FALSE;
       }
    }
