@@ -81,9 +81,10 @@ extern "C" {
 
 TRPLATFORM_API char *StrUtil_GetNextToken(unsigned int *index, const char *str,
                                           const char *delimiters) noexcept {
-   // *index is 0 or where an earlier call stopped, so it is inside the text:
-   // the walk starts there and never measures the whole text again, which
-   // keeps a walk over all tokens of a large file linear.
+   // *index lies inside the text (0, where an earlier call stopped, or a
+   // position the caller found): the walk starts there and never measures
+   // the whole text again, which keeps a walk over all tokens of a large
+   // file linear.
    size_t i = *index;
    i += std::strspn(str + i, delimiters);
    if (str[i] == '\0') {
