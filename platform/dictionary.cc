@@ -14,6 +14,7 @@
 #include <list>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <unordered_map>
@@ -86,8 +87,6 @@ struct Dictionary {
 
 namespace {
 
-const std::string kUtf8 = "UTF-8";
-
 TR_PRINTF(1, 0) std::string FormatName(const char *fmt, va_list args) {
    char *name = Str_SafeVasprintf(nullptr, fmt, args);
    std::string out(name);
@@ -151,7 +150,8 @@ TRPLATFORM_API Bool Dictionary_Write(Dictionary *dict, const char *path) noexcep
    // would convert the values a second time on the next load.
    std::string text;
    for (const Dictionary::Entry &e : dict->entries) {
-      const std::string &value = trp::DictNamesEqual(e.name, ".encoding") ? kUtf8 : e.value;
+      const std::string_view value =
+         trp::DictNamesEqual(e.name, ".encoding") ? std::string_view("UTF-8") : e.value;
       text += e.name + " = " + trp::QuoteDictionaryValue(value) + "\n";
    }
    // Written beside the target and renamed into place: the file is either

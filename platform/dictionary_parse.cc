@@ -10,6 +10,8 @@
 #include <iconv.h>
 #include <unordered_map>
 
+#include "internal/ascii.hh"
+
 namespace trp {
 
 namespace {
@@ -116,7 +118,7 @@ bool ParseLine(std::string_view line, bool *isEntry, std::string *name, std::str
 std::string LowerName(std::string_view name) {
    std::string key(name);
    for (char &c : key) {
-      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+      c = AsciiToLower(c);
    }
    return key;
 }
@@ -203,18 +205,7 @@ bool ConvertToUtf8(std::string_view text, const std::string &encoding, std::stri
 }  // namespace
 
 bool DictNamesEqual(std::string_view a, std::string_view b) {
-   if (a.size() != b.size()) {
-      return false;
-   }
-   for (size_t i = 0; i < a.size(); i++) {
-      char x = a[i], y = b[i];
-      if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
-      if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
-      if (x != y) {
-         return false;
-      }
-   }
-   return true;
+   return EqualsIgnoringAsciiCase(a, b);
 }
 
 bool ParseDictionaryText(std::string_view text, std::string_view source, DictEntries *entries,

@@ -20,6 +20,8 @@
 
 #include <trplatform/util.h>
 
+#include "internal/regularfile.hh"
+
 namespace {
 
 char *Dup(std::string_view s) {
@@ -136,17 +138,12 @@ TRPLATFORM_API Bool File_CopyFromNameToName(const char *src, const char *dst,
    if (!overwrite && File_Exists(dst)) {
       return FALSE;
    }
-   // Opened without blocking, so that a FIFO cannot hold the call before
-   // its type is checked; reads of a regular file ignore the flag.
-   int from = ::open(src, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-   if (from < 0) {
-      return FALSE;
-   }
    struct stat st;
-   if (fstat(from, &st) != 0 || !S_ISREG(st.st_mode)) {
-      ::close(from);
+   auto opened = trp::OpenRegularFile(src, O_RDONLY | O_CLOEXEC, &st);
+   if (!opened) {
       return FALSE;
    }
+   const int from = *opened;
    // Write beside the target and rename into place, so that the target is
    // either the old file or the whole copy, never a part of it.
    std::string tmp = std::string(dst) + ".XXXXXX";

@@ -13,6 +13,8 @@
 
 #include <trplatform/util.h>
 
+#include "internal/regularfile.hh"
+
 namespace {
 
 FileIOResult FromErrno(int err) {
@@ -82,23 +84,15 @@ TRPLATFORM_API FileIOResult FileIO_Open(FileIODescriptor *fd, const char *path, 
    if ((flags & O_TRUNC) != 0 && !write) {
       return FILEIO_ERROR;
    }
-   // Host files are regular files. The open does not block, so that a FIFO
-   // at the path cannot hold the caller before it is refused.
-   int posix;
-   do {
-      posix = ::open(path, flags | O_NONBLOCK, 0644);
-   } while (posix < 0 && errno == EINTR);
-   if (posix < 0) {
-      return FromErrno(errno);
-   }
+   // Host files are regular files; anything else is refused without
+   // blocking the caller.
    struct stat st;
-   int fl = fcntl(posix, F_GETFL);
-   if (fstat(posix, &st) != 0 || !S_ISREG(st.st_mode) || fl < 0 ||
-       fcntl(posix, F_SETFL, fl & ~O_NONBLOCK) != 0) {
-      ::close(posix);
-      return FILEIO_ERROR;
+   auto posix = trp::OpenRegularFile(path, flags, &st);
+   if (!posix) {
+      return posix.error() == trp::OpenRegularError::kCannotOpen ? FromErrno(errno)
+                                                                  : FILEIO_ERROR;
    }
-   fd->posix = posix;
+   fd->posix = *posix;
    fd->fileName = UtilSafeStrdup0(path);
    return FILEIO_SUCCESS;
 }

@@ -10,23 +10,22 @@
 #include <unistd.h>
 
 #include "internal/bytes.hh"
+#include "internal/regularfile.hh"
 
 namespace trp {
 
 Result<ImageFile, FileError> ImageFile::open(const std::string &path, bool writable,
                                              std::atomic<uint64_t> *readCounter) {
-   // Without blocking: a FIFO at the path is refused below instead of
-   // holding the caller. Positioned I/O on a regular file ignores the flag.
-   int fd = ::open(path.c_str(), (writable ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NONBLOCK);
-   if (fd < 0) {
-      return Err{FileError::Open};
-   }
    struct stat st;
-   if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_size < 0) {
-      ::close(fd);
+   auto fd = OpenRegularFile(path.c_str(), (writable ? O_RDWR : O_RDONLY) | O_CLOEXEC, &st);
+   if (!fd) {
       return Err{FileError::Open};
    }
-   return ImageFile(fd, static_cast<uint64_t>(st.st_size), writable, readCounter);
+   if (st.st_size < 0) {
+      ::close(*fd);
+      return Err{FileError::Open};
+   }
+   return ImageFile(*fd, static_cast<uint64_t>(st.st_size), writable, readCounter);
 }
 
 ImageFile::ImageFile(ImageFile &&other) noexcept

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <span>
 
+#include "internal/ascii.hh"
 #include "internal/bytes.hh"
 #include "internal/iso9660_volume.hh"
 
@@ -47,25 +48,6 @@ IsoResult<RootRecord> ParseRootRecord(ByteView sector) {
       return Err{ISO9660_BAD_FORMAT};
    }
    return RootRecord{*block, *size};
-}
-
-// Plain identifiers hold upper-case letters only, so a path asking for
-// "isolinux/vmlinuz" on an image without Rock Ridge or Joliet can only mean
-// "ISOLINUX/VMLINUZ": plain names match ignoring ASCII case. Rock Ridge and
-// Joliet keep the case the author gave, and match exactly.
-bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {
-   if (a.size() != b.size()) {
-      return false;
-   }
-   for (size_t i = 0; i < a.size(); i++) {
-      char x = a[i], y = b[i];
-      if (x >= 'a' && x <= 'z') x = static_cast<char>(x - 'a' + 'A');
-      if (y >= 'a' && y <= 'z') y = static_cast<char>(y - 'a' + 'A');
-      if (x != y) {
-         return false;
-      }
-   }
-   return true;
 }
 
 bool IsPowerOfTwoBlockSize(uint32_t v) {
@@ -304,6 +286,10 @@ IsoResult<Entry> Volume::lookup(std::string_view path) {
       if (!list) {
          return Err{list.error()};
       }
+      // Plain identifiers hold upper-case letters only, so a path asking for
+      // "isolinux/vmlinuz" on an image without Rock Ridge or Joliet can only
+      // mean "ISOLINUX/VMLINUZ": plain names match ignoring ASCII case. Rock
+      // Ridge and Joliet keep the case the author gave, and match exactly.
       const Entry *found = nullptr;
       for (const Entry &e : (*list)->entries) {
          if (nameSpace_ == NameSpace::Plain ? EqualsIgnoringAsciiCase(e.name, component)

@@ -11,6 +11,8 @@
 
 #include <trplatform/log.h>
 
+#include "internal/ascii.hh"
+
 extern "C" {
 
 TRPLATFORM_API char *Str_Strcpy(char *dst, const char *src, size_t size) noexcept {
@@ -105,18 +107,14 @@ TRPLATFORM_API char *Str_SafeAsprintf(size_t *length, const char *fmt, ...) noex
 
 TRPLATFORM_API char *Str_ToUpper(char *s) noexcept {
    for (char *p = s; *p != '\0'; p++) {
-      if (*p >= 'a' && *p <= 'z') {
-         *p = static_cast<char>(*p - 'a' + 'A');
-      }
+      *p = trp::AsciiToUpper(*p);
    }
    return s;
 }
 
 TRPLATFORM_API char *Str_ToLower(char *s) noexcept {
    for (char *p = s; *p != '\0'; p++) {
-      if (*p >= 'A' && *p <= 'Z') {
-         *p = static_cast<char>(*p - 'A' + 'a');
-      }
+      *p = trp::AsciiToLower(*p);
    }
    return s;
 }

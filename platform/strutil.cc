@@ -12,14 +12,12 @@
 
 #include <trplatform/util.h>
 
+#include "internal/ascii.hh"
+
 namespace {
 
 bool IsSpace(char c) {
    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
-}
-
-char Lower(char c) {
-   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
 std::string_view Trim(std::string_view s) {
@@ -83,9 +81,10 @@ extern "C" {
 
 TRPLATFORM_API char *StrUtil_GetNextToken(unsigned int *index, const char *str,
                                           const char *delimiters) noexcept {
-   // *index is 0 or where an earlier call stopped, so it is inside the text:
-   // the walk starts there and never measures the whole text again, which
-   // keeps a walk over all tokens of a large file linear.
+   // *index lies inside the text (0, where an earlier call stopped, or a
+   // position the caller found): the walk starts there and never measures
+   // the whole text again, which keeps a walk over all tokens of a large
+   // file linear.
    size_t i = *index;
    i += std::strspn(str + i, delimiters);
    if (str[i] == '\0') {
@@ -168,7 +167,7 @@ TRPLATFORM_API Bool StrUtil_StartsWith(const char *s, const char *prefix) noexce
 
 TRPLATFORM_API Bool StrUtil_CaselessStartsWith(const char *s, const char *prefix) noexcept {
    for (; *prefix != '\0'; s++, prefix++) {
-      if (*s == '\0' || Lower(*s) != Lower(*prefix)) {
+      if (*s == '\0' || trp::AsciiToLower(*s) != trp::AsciiToLower(*prefix)) {
          return FALSE;
       }
    }

@@ -9,20 +9,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "internal/regularfile.hh"
+
 namespace trp {
 
 bool ReadTextFile(const char *path, size_t maxSize, std::string *text, TextFileError *error) {
-   int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-   if (fd < 0) {
-      *error = TextFileError::kCannotOpen;
-      return false;
-   }
    struct stat st;
-   if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-      close(fd);
-      *error = TextFileError::kNotRegular;
+   auto opened = OpenRegularFile(path, O_RDONLY | O_CLOEXEC, &st);
+   if (!opened) {
+      *error = opened.error() == OpenRegularError::kCannotOpen ? TextFileError::kCannotOpen
+                                                               : TextFileError::kNotRegular;
       return false;
    }
+   const int fd = *opened;
    if (static_cast<uint64_t>(st.st_size) > maxSize) {
       close(fd);
       *error = TextFileError::kTooLarge;

@@ -19,19 +19,10 @@
 
 namespace {
 
-constexpr uint32_t kChunk = 2048;
-
-// Names on the image compare without regard to the case of ASCII letters;
-// every other byte compares exactly, whatever the process's locale.
-bool AsciiCaseEqual(const char *a, const char *b) {
-   for (;; a++, b++) {
-      char x = *a, y = *b;
-      if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
-      if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
-      if (x != y) return false;
-      if (x == '\0') return true;
-   }
-}
+// Bytes asked of the ISO 9660 reader per call when a whole file is read: a
+// kernel of tens of megabytes (which the FreeBSD detector reads) then takes
+// hundreds of calls rather than thousands of sector-sized ones.
+constexpr uint32_t kChunk = 64 * 1024;
 
 [[noreturn]] void UnknownKind(int line) {
    Panic("NOT_REACHED %s:%d\n", GUESS_SOURCE_PATH, line);
@@ -41,7 +32,7 @@ Bool FindOnIso(GuessMedia *media, GuessDir *dir, const char *name, char **conten
                size_t *length) {
    // The entry the caller's last Guess_ReadDir returned is not looked up
    // again (on a fresh handle that entry is the empty name).
-   if (AsciiCaseEqual(name, dir->isoEntry.name)) {
+   if (GuessNamesEqual(name, dir->isoEntry.name)) {
       return FALSE;
    }
    Iso9660DirHandle own;
@@ -51,7 +42,7 @@ Bool FindOnIso(GuessMedia *media, GuessDir *dir, const char *name, char **conten
    Iso9660DirEntry entry;
    bool matched = false;
    while (Iso9660_ReadDir(media->iso, own, &entry) == ISO9660_OK) {
-      if (AsciiCaseEqual(entry.name, name)) {
+      if (GuessNamesEqual(entry.name, name)) {
          matched = true;
          break;
       }
@@ -116,19 +107,37 @@ Bool FindOnUdf(GuessMedia *media, GuessDir *dir, const char *name, char **conten
    return found;
 }
 
+// Calls attempt with text as given, then in upper case, then in lower case,
+// until one succeeds. A variant that equals the text as given is not tried
+// a second time (a name without lower-case letters is its own upper-case
+// form): a failed lookup walks a whole directory.
+template <typename Attempt>
+auto WithCaseVariants(const char *text, Attempt attempt) -> decltype(attempt(text)) {
+   char *copy = UtilSafeStrdup0(text);
+   auto result = attempt(copy);
+   if (!result && std::strcmp(Str_ToUpper(copy), text) != 0) {
+      result = attempt(copy);
+   }
+   if (!result && std::strcmp(Str_ToLower(copy), text) != 0) {
+      result = attempt(copy);
+   }
+   std::free(copy);
+   return result;
+}
+
 // Reads a file of an open directory, trying the name as given, then in
 // upper case, then in lower case.
 char *ReadWithCaseRetries(GuessMedia *media, GuessDir *dir, const char *name, size_t *length,
                           Bool lengthOnUdf) {
-   char *copy = UtilSafeStrdup0(name);
    char *contents = nullptr;
-   if (!GuessFindFile(media, dir, copy, &contents, length, lengthOnUdf) &&
-       !GuessFindFile(media, dir, Str_ToUpper(copy), &contents, length, lengthOnUdf) &&
-       !GuessFindFile(media, dir, Str_ToLower(copy), &contents, length, lengthOnUdf)) {
-      contents = nullptr;
-   }
-   std::free(copy);
-   return contents;
+   auto attempt = [&](const char *variant) {
+      return GuessFindFile(media, dir, variant, &contents, length, lengthOnUdf);
+   };
+   // File names on ISO 9660 media compare ignoring case already, so the
+   // other variants could only find what the first did not.
+   Bool found = media->kind == GUESS_MEDIA_ISO9660 ? attempt(name)
+                                                   : WithCaseVariants(name, attempt);
+   return found ? contents : nullptr;
 }
 
 char *ReadFileName(GuessMedia *media, const char *path, size_t *length, Bool lengthOnUdf) {
@@ -147,6 +156,16 @@ char *ReadFileName(GuessMedia *media, const char *path, size_t *length, Bool len
 }
 
 }  // namespace
+
+bool GuessNamesEqual(const char *a, const char *b) {
+   for (;; a++, b++) {
+      char x = *a, y = *b;
+      if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
+      if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
+      if (x != y) return false;
+      if (x == '\0') return true;
+   }
+}
 
 GuessDir *GuessOpenDirPath(GuessMedia *media, const char *path) {
    auto *dir = static_cast<GuessDir *>(UtilSafeCalloc0(1, sizeof(GuessDir)));
@@ -190,16 +209,9 @@ char *GuessReadFileNameWithLength(GuessMedia *media, const char *path, size_t *l
 extern "C" {
 
 TRGUEST_API GuessDir *Guess_OpenDir(GuessMedia *media, const char *path) noexcept {
-   char *copy = UtilSafeStrdup0(path);
-   GuessDir *dir = GuessOpenDirPath(media, copy);
-   if (dir == nullptr) {
-      dir = GuessOpenDirPath(media, Str_ToUpper(copy));
-   }
-   if (dir == nullptr) {
-      dir = GuessOpenDirPath(media, Str_ToLower(copy));
-   }
-   std::free(copy);
-   return dir;
+   return WithCaseVariants(path, [media](const char *variant) {
+      return GuessOpenDirPath(media, variant);
+   });
 }
 
 TRGUEST_API const char *Guess_ReadDir(GuessMedia *media, GuessDir *dir) noexcept {

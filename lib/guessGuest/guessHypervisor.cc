@@ -14,6 +14,8 @@
 #include <trplatform/strutil.h>
 #include <trplatform/util.h>
 
+#include "guessInt.h"
+
 namespace {
 
 // A copy of the node's text when it is a text node ("" for no content),
@@ -77,17 +79,9 @@ extern "C" {
 
 TRGUEST_API Bool Guess_Zelt(GuessMedia *media, GuessInfo *info) noexcept {
    char *text = Guess_ReadFileName(media, "packages.xml", nullptr);
-   if (text == nullptr) {
-      return info->guestOS != nullptr;
-   }
-   bool match = IsZeltPackageList(text);
+   bool match = text != nullptr && IsZeltPackageList(text);
    std::free(text);
-   if (match) {
-      info->guestOS = "trkernel";
-      info->subVersion = GUESS_VERSION_UNKNOWN;
-      return TRUE;
-   }
-   return info->guestOS != nullptr;
+   return GuessFinish(info, match ? "trkernel" : nullptr, GUESS_VERSION_UNKNOWN);
 }
 
 TRGUEST_API Bool Guess_Zelti(GuessMedia *media, GuessInfo *info) noexcept {

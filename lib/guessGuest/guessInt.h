@@ -1,7 +1,8 @@
 // guessInt.h --
 //
-//    Internal interface of guest OS detection: the access layer's helpers
-//    and the key=value scanner the Windows detectors share.
+//    Internal interface of guest OS detection: the access layer's helpers,
+//    the detectors' common last step and the key=value scanner the Windows
+//    detectors share.
 
 #pragma once
 
@@ -9,6 +10,24 @@
 
 // Source path that NOT_REACHED stops of detection name.
 #define GUESS_SOURCE_PATH "lib/guessGuest/guess"
+
+// The common last step of a detector in the chain: with an identifier,
+// writes guestOS and subVersion and returns TRUE; without one, leaves the
+// record as it is and returns whether guestOS is already set (FALSE within
+// the chain, which stops at the first detector that sets it).
+inline Bool GuessFinish(GuessInfo *info, const char *guestOS, uint32_t sub) {
+   if (guestOS == nullptr) {
+      return info->guestOS != nullptr ? TRUE : FALSE;
+   }
+   info->guestOS = guestOS;
+   info->subVersion = sub;
+   return TRUE;
+}
+
+// Whether two names on the image are the same: ASCII letters compare
+// without regard to case, every other byte exactly, whatever the process's
+// locale.
+bool GuessNamesEqual(const char *a, const char *b);
 
 // One attempt at opening a directory of the image (no case retries).
 GuessDir *GuessOpenDirPath(GuessMedia *media, const char *path);

@@ -6,17 +6,14 @@
 
 #include <trguest/guess.h>
 
-// The common last step of a Linux detector: with an identifier, writes
-// guestOS, subVersion and noIsolinuxCfg and returns TRUE; without one,
-// leaves the record as it is and returns whether guestOS is already set
-// (FALSE within the chain).
+#include "guessInt.h"
+
+// GuessFinish for the Linux detectors, which also report whether the boot
+// directory lacks an isolinux.cfg (written only with an identifier).
 inline Bool GuessLinuxFinish(GuessInfo *info, const char *guestOS, uint32_t sub,
                              Bool noIsolinuxCfg) {
-   if (guestOS == nullptr) {
-      return info->guestOS != nullptr ? TRUE : FALSE;
+   if (guestOS != nullptr) {
+      info->noIsolinuxCfg = noIsolinuxCfg;
    }
-   info->guestOS = guestOS;
-   info->subVersion = sub;
-   info->noIsolinuxCfg = noIsolinuxCfg;
-   return TRUE;
+   return GuessFinish(info, guestOS, sub);
 }

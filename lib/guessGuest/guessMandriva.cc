@@ -163,13 +163,8 @@ TRGUEST_API Bool Guess_TurboLinux(GuessMedia *media, GuessInfo *info) noexcept {
       guestOS = "turbolinux";
    }
    std::free(readme);
-   if (guestOS == nullptr) {
-      return info->guestOS != nullptr ? TRUE : FALSE;
-   }
    // noIsolinuxCfg is not part of this family's result.
-   info->guestOS = guestOS;
-   info->subVersion = GUESS_VERSION_UNKNOWN;
-   return TRUE;
+   return GuessFinish(info, guestOS, GUESS_VERSION_UNKNOWN);
 }
 
 }  // extern "C"

@@ -21,10 +21,5 @@ extern "C" TRGUEST_API Bool Guess_NetWare(GuessMedia *media, GuessInfo *info) no
    if (i == -2) {
       return FALSE;
    }
-   if (i < 0) {
-      return info->guestOS != nullptr;
-   }
-   info->guestOS = kGuestOS[i];
-   info->subVersion = GUESS_VERSION_UNKNOWN;
-   return TRUE;
+   return GuessFinish(info, i >= 0 ? kGuestOS[i] : nullptr, GUESS_VERSION_UNKNOWN);
 }

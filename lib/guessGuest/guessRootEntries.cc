@@ -3,8 +3,6 @@
 //    Marker entries of the root directory, for the detectors that recognise
 //    media by a top-level name.
 
-#include <strings.h>
-
 #include <trguest/guess.h>
 
 #include "guessInt.h"
@@ -18,7 +16,7 @@ int GuessFirstRootEntryOf(GuessMedia *media, const char *const *names, size_t co
    const char *entry;
    while (found < 0 && (entry = Guess_ReadDir(media, root)) != nullptr) {
       for (size_t i = 0; i < count; i++) {
-         if (strcasecmp(entry, names[i]) == 0) {
+         if (GuessNamesEqual(entry, names[i])) {
             found = static_cast<int>(i);
             break;
          }

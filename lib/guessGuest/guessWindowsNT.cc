@@ -96,31 +96,25 @@ extern "C" {
 
 TRGUEST_API Bool Guess_WindowsNT(GuessMedia *media, GuessInfo *info) noexcept {
    char *setup = Guess_ReadFileName(media, "I386/TXTSETUP.SIF", nullptr);
-   char *prodspec = Guess_ReadFileName(media, "I386/PRODSPEC.INI", nullptr);
    if (setup == nullptr) {
       setup = Guess_ReadFileName(media, "AMD64/TXTSETUP.SIF", nullptr);
-      if (setup == nullptr) {
-         std::free(prodspec);
-         return info->guestOS != nullptr;
-      }
    }
-   if (prodspec == nullptr) {
-      prodspec = Guess_ReadFileName(media, "AMD64/PRODSPEC.INI", nullptr);
-   }
-
-   const char *id = GuessWindowsNTProductIdentifier(setup);
-   if (id != nullptr && prodspec != nullptr) {
-      GuessWindowsNTLocalization(prodspec, info);
-   }
+   const char *id = setup != nullptr ? GuessWindowsNTProductIdentifier(setup) : nullptr;
    std::free(setup);
-   std::free(prodspec);
 
-   if (id == nullptr) {
-      return info->guestOS != nullptr;
+   // The language matters only for a known product, so PRODSPEC.INI is not
+   // read on other media (every image the chain sees passes here).
+   if (id != nullptr) {
+      char *prodspec = Guess_ReadFileName(media, "I386/PRODSPEC.INI", nullptr);
+      if (prodspec == nullptr) {
+         prodspec = Guess_ReadFileName(media, "AMD64/PRODSPEC.INI", nullptr);
+      }
+      if (prodspec != nullptr) {
+         GuessWindowsNTLocalization(prodspec, info);
+      }
+      std::free(prodspec);
    }
-   info->guestOS = id;
-   info->subVersion = GUESS_VERSION_UNKNOWN;
-   return TRUE;
+   return GuessFinish(info, id, GUESS_VERSION_UNKNOWN);
 }
 
 TRGUEST_API Bool Guess_WindowsLegacy(GuessMedia *media, GuessInfo *info) noexcept {
@@ -132,12 +126,7 @@ TRGUEST_API Bool Guess_WindowsLegacy(GuessMedia *media, GuessInfo *info) noexcep
          id = row.guestOS;
       }
    }
-   if (id == nullptr) {
-      return info->guestOS != nullptr;
-   }
-   info->guestOS = id;
-   info->subVersion = GUESS_VERSION_UNKNOWN;
-   return TRUE;
+   return GuessFinish(info, id, GUESS_VERSION_UNKNOWN);
 }
 
 }  // extern "C"

@@ -282,9 +282,10 @@ Bool GuessWindowsLangIni(const char *langIni, GuessInfo *info) {
 extern "C" {
 
 TRGUEST_API Bool Guess_WindowsVistaAndNewer(GuessMedia *media, GuessInfo *info) noexcept {
-   char *productIni = Guess_ReadFileName(media, "sources/product.ini", nullptr);
+   // Both files are needed; media without the first are not read further.
    char *idwbInfo = Guess_ReadFileName(media, "sources/idwbinfo.txt", nullptr);
-   char *langIni = Guess_ReadFileName(media, "sources/lang.ini", nullptr);
+   char *langIni =
+      idwbInfo != nullptr ? Guess_ReadFileName(media, "sources/lang.ini", nullptr) : nullptr;
 
    Flags flags;
    const char *id = nullptr;
@@ -293,7 +294,10 @@ TRGUEST_API Bool Guess_WindowsVistaAndNewer(GuessMedia *media, GuessInfo *info) 
       // Listed before the medium is recognised: a medium that fails later
       // keeps this list.
       ListEditions(media, info);
+      // product.ini only tells server media apart, so it is read only here.
+      char *productIni = Guess_ReadFileName(media, "sources/product.ini", nullptr);
       id = Recognise(media, info, productIni, idwbInfo, &flags);
+      std::free(productIni);
       if (id != nullptr) {
          languageCopied = GuessWindowsLangIni(langIni, info);
       }
@@ -301,16 +305,9 @@ TRGUEST_API Bool Guess_WindowsVistaAndNewer(GuessMedia *media, GuessInfo *info) 
    if (!languageCopied) {
       Str_Strcpy(info->language, kDefaultLanguage, sizeof info->language);
    }
-   std::free(productIni);
    std::free(idwbInfo);
    std::free(langIni);
-
-   if (id == nullptr) {
-      return info->guestOS != nullptr;
-   }
-   info->guestOS = id;
-   info->subVersion = flags.subVersion;
-   return TRUE;
+   return GuessFinish(info, id, flags.subVersion);
 }
 
 }  // extern "C"

@@ -10,7 +10,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -117,8 +116,9 @@ const char *Id(const char *id) {
    return id != nullptr ? id : "-";
 }
 
-std::string SubName(uint32_t sub) {
-   return Guess_GetSubString(sub);
+// One line of the text output: the label, then the text.
+void PrintLine(const char *label, std::string_view text) {
+   std::printf("%s%.*s\n", label, static_cast<int>(text.size()), text.data());
 }
 
 void PrintText(const char *path, int result, const GuessInfo &info,
@@ -130,20 +130,18 @@ void PrintText(const char *path, int result, const GuessInfo &info,
    }
    std::printf("  guestOS:       %s\n", Id(info.guestOS));
    std::printf("  guestOS64:     %s\n", Id(info.guestOS64));
-   std::printf("  subVersion:    %u (%s)\n", info.subVersion, SubName(info.subVersion).c_str());
-   std::printf("  versionString: %.*s\n", static_cast<int>(strnlen(info.versionString, sizeof info.versionString)),
-               info.versionString);
+   std::printf("  subVersion:    %u (%s)\n", info.subVersion, Guess_GetSubString(info.subVersion));
+   PrintLine("  versionString: ", Field(info.versionString, sizeof info.versionString));
    std::printf("  noIsolinuxCfg: %s\n", info.noIsolinuxCfg ? "yes" : "no");
-   std::printf("  language:      %.*s\n", static_cast<int>(strnlen(info.language, sizeof info.language)),
-               info.language);
+   PrintLine("  language:      ", Field(info.language, sizeof info.language));
    const char *label = "  languages:     ";
    for (std::string_view l : SplitList(Field(info.languages, sizeof info.languages))) {
-      std::printf("%s%.*s\n", label, static_cast<int>(l.size()), l.data());
+      PrintLine(label, l);
       label = "                 ";
    }
    label = "  editions:      ";
    for (std::string_view e : SplitList(Field(info.editions, sizeof info.editions))) {
-      std::printf("%s%.*s\n", label, static_cast<int>(e.size()), e.data());
+      PrintLine(label, e);
       label = "                 ";
    }
    if (claims != nullptr) {
@@ -168,7 +166,7 @@ void PrintJson(const char *path, int result, const GuessInfo &info,
    j.Key("guestOS").StringOrNull(info.guestOS);
    j.Key("guestOS64").StringOrNull(info.guestOS64);
    j.Key("subVersion").Int(info.subVersion);
-   j.Key("subVersionName").String(SubName(info.subVersion));
+   j.Key("subVersionName").String(Guess_GetSubString(info.subVersion));
    j.Key("versionString").String(Field(info.versionString, sizeof info.versionString));
    j.Key("noIsolinuxCfg").Bool(info.noIsolinuxCfg != FALSE);
    j.Key("language").String(Field(info.language, sizeof info.language));

@@ -15,8 +15,9 @@ TR_EXTERN_C_BEGIN
  * Next token of str starting at *index: leading delimiter characters are
  * skipped, the token runs up to the next delimiter character or the end.
  * Returns it as new text (free()) and moves *index past it, or NULL at the
- * end of the text. *index must be 0 or a value an earlier call stored for
- * the same text.
+ * end of the text. *index must lie within the text (0 up to its length):
+ * 0, a value an earlier call stored for the same text, or a position the
+ * caller found in it.
  */
 TRPLATFORM_API char *StrUtil_GetNextToken(unsigned int *index, const char *str,
                                           const char *delimiters) TR_NOEXCEPT;
