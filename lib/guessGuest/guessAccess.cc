@@ -19,10 +19,7 @@
 
 namespace {
 
-// Bytes asked of the ISO 9660 reader per call when a whole file is read: a
-// kernel of tens of megabytes (which the FreeBSD detector reads) then takes
-// hundreds of calls rather than thousands of sector-sized ones.
-constexpr uint32_t kChunk = 64 * 1024;
+constexpr uint32_t kChunk = 2048;
 
 [[noreturn]] void UnknownKind(int line) {
    Panic("NOT_REACHED %s:%d\n", GUESS_SOURCE_PATH, line);
