@@ -96,8 +96,22 @@ TEST(IsoDamaged, ExtentsOutsideTheImage) {
    Iso9660FileHandle f;
    EXPECT_EQ(Iso9660_OpenFile(img, &e, &f), ISO9660_BAD_FORMAT);
    EXPECT_EQ(Iso9660_Extract(img, "FAR.BIN", dir.path().c_str()), ISO9660_BAD_FORMAT);
-   // A directory outside the image cannot be listed.
    Iso9660_Close(img);
+
+   // Extents that each lie inside the image but together claim more data
+   // than the image holds (a reader of the whole file would run out of
+   // memory) are refused too.
+   const uint32_t whole = 40 * 2048;
+   path = BuildImage(dir, Record(0, whole, 0x80, "BIG.BIN;1") + Record(0, whole, 0x80, "BIG.BIN;1") +
+                             Record(0, whole, 0, "BIG.BIN;1"));
+   ASSERT_EQ(Iso9660_Open(path.c_str(), 1, 0, &img), ISO9660_OK);
+   ASSERT_EQ(Iso9660_OpenDir(img, "/", &d), ISO9660_OK);
+   ASSERT_EQ(Iso9660_ReadDir(img, d, &e), ISO9660_OK);
+   EXPECT_EQ(e.size, 3ull * whole);
+   EXPECT_EQ(Iso9660_OpenFile(img, &e, &f), ISO9660_BAD_FORMAT);
+   Iso9660_Close(img);
+
+   // A directory outside the image cannot be listed.
    path = BuildImage(dir, Record(1000000, 2048, 2, "SUB"));
    ASSERT_EQ(Iso9660_Open(path.c_str(), 1, 0, &img), ISO9660_OK);
    EXPECT_EQ(Iso9660_OpenDir(img, "SUB", &d), ISO9660_BAD_FORMAT);
