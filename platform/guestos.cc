@@ -6,7 +6,7 @@
 #include <trplatform/guestos.h>
 
 #include <cstdarg>
-#include <strings.h>
+#include "internal/ascii.hh"
 
 namespace {
 
@@ -186,7 +186,7 @@ TRPLATFORM_API int GuestOS_GetOSIDByName(const char *name) noexcept {
       return -1;
    }
    for (const GuestOSListEntry *e = guestOSList; e->name != nullptr; e++) {
-      if (strcasecmp(e->name, name) == 0) {
+      if (trp::EqualsIgnoringAsciiCase(e->name, name)) {
          return e->id;
       }
    }
