@@ -13,6 +13,9 @@
 #define TRGUEST_GUESS_H
 
 #include <trguest/trtypes.h>
+/* The platform headers are included only for the image handle types that
+ * GuessMedia holds (Iso9660 and UDFImage): the product opens an image itself
+ * to call Guess_MacOS directly. No other platform operation is needed here. */
 #include <trplatform/iso9660.h>
 #include <trplatform/udf.h>
 

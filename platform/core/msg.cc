@@ -22,8 +22,8 @@
 #include <trplatform/str.h>
 #include <trplatform/util.h>
 
-#include "internal/dictparse.hh"
-#include "internal/textfile.hh"
+#include "dictionary/dictparse.hh"
+#include "file/textfile.hh"
 
 #ifndef TRGUEST_MSG_INSTALL_DIR
 #define TRGUEST_MSG_INSTALL_DIR "/usr/share/trguest/messages"

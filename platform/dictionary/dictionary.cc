@@ -24,8 +24,8 @@
 #include <trplatform/strutil.h>
 #include <trplatform/util.h>
 
-#include "internal/dictparse.hh"
-#include "internal/textfile.hh"
+#include "dictionary/dictparse.hh"
+#include "file/textfile.hh"
 
 struct Dictionary {
    struct Entry {

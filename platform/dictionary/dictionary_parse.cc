@@ -4,7 +4,7 @@
 //    comments, blank lines, escapes inside quoted values, bare-word values,
 //    and `.encoding` naming the text's character set.
 
-#include "internal/dictparse.hh"
+#include "dictionary/dictparse.hh"
 
 #include <cerrno>
 #include <iconv.h>

@@ -24,9 +24,9 @@
 
 #include <trplatform/fsimage.h>
 
-#include "bytes.hh"
-#include "imagefile.hh"
-#include "result.hh"
+#include "internal/bytes.hh"
+#include "file/imagefile.hh"
+#include "internal/result.hh"
 
 namespace trp::fat {
 

@@ -12,7 +12,7 @@
 #include <trplatform/fsimage.h>
 #include <trplatform/util.h>
 
-#include "internal/fsimage.hh"
+#include "fat/fsimage.hh"
 
 namespace trp::fat {
 

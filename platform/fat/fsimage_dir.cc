@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <ctime>
 
-#include "internal/fsimage.hh"
+#include "fat/fsimage.hh"
 
 namespace trp::fat {
 

@@ -4,7 +4,7 @@
 //    entries, walking cluster chains with a bound, and allocating and
 //    releasing clusters.
 
-#include "internal/fsimage.hh"
+#include "fat/fsimage.hh"
 
 namespace trp::fat {
 

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-#include "internal/fsimage.hh"
+#include "fat/fsimage.hh"
 
 namespace trp::fat {
 

@@ -9,7 +9,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "internal/fsimage.hh"
+#include "fat/fsimage.hh"
 
 namespace trp::fat {
 

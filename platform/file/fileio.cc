@@ -13,7 +13,7 @@
 
 #include <trplatform/util.h>
 
-#include "internal/regularfile.hh"
+#include "file/regularfile.hh"
 
 namespace {
 

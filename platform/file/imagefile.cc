@@ -2,7 +2,7 @@
 //
 //    Host image files with checked positioned I/O (see internal/imagefile.hh).
 
-#include "internal/imagefile.hh"
+#include "file/imagefile.hh"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "internal/bytes.hh"
-#include "internal/regularfile.hh"
+#include "file/regularfile.hh"
 
 namespace trp {
 

@@ -12,7 +12,7 @@
 #include <span>
 #include <string>
 
-#include "result.hh"
+#include "internal/result.hh"
 
 namespace trp {
 

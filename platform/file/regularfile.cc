@@ -3,7 +3,7 @@
 //    Opening a host path only when it names a regular file (see
 //    internal/regularfile.hh).
 
-#include "internal/regularfile.hh"
+#include "file/regularfile.hh"
 
 #include <cerrno>
 #include <fcntl.h>

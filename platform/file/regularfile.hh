@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 
-#include "result.hh"
+#include "internal/result.hh"
 
 namespace trp {
 

@@ -2,14 +2,14 @@
 //
 //    Reading a whole, bounded text file (see internal/textfile.hh).
 
-#include "internal/textfile.hh"
+#include "file/textfile.hh"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "internal/regularfile.hh"
+#include "file/regularfile.hh"
 
 namespace trp {
 

@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "internal/bytes.hh"
-#include "internal/iso9660_image.hh"
+#include "iso9660/iso9660_image.hh"
 
 namespace trp::iso {
 

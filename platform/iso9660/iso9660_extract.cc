@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 #include "internal/bytes.hh"
-#include "internal/iso9660_image.hh"
+#include "iso9660/iso9660_image.hh"
 
 namespace {
 

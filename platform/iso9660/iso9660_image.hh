@@ -9,7 +9,7 @@
 #include <map>
 #include <memory>
 
-#include "iso9660_volume.hh"
+#include "iso9660/iso9660_volume.hh"
 
 struct Iso9660Image {
    struct DirState {

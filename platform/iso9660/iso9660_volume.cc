@@ -8,7 +8,7 @@
 
 #include "internal/ascii.hh"
 #include "internal/bytes.hh"
-#include "internal/iso9660_volume.hh"
+#include "iso9660/iso9660_volume.hh"
 
 namespace trp::iso {
 

@@ -18,8 +18,8 @@
 
 #include <trplatform/iso9660.h>
 
-#include "imagefile.hh"
-#include "result.hh"
+#include "file/imagefile.hh"
+#include "internal/result.hh"
 
 namespace trp::iso {
 

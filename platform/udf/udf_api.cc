@@ -8,7 +8,7 @@
 #include <cstring>
 #include <string>
 
-#include "internal/udf_volume.hh"
+#include "udf/udf_volume.hh"
 
 struct UDFImage {
    std::unique_ptr<trp::udf::Volume> volume;

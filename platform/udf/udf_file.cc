@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-#include "internal/udf_volume.hh"
+#include "udf/udf_volume.hh"
 
 namespace trp::udf {
 

@@ -7,7 +7,7 @@
 #include <array>
 #include <cstring>
 
-#include "internal/udf_volume.hh"
+#include "udf/udf_volume.hh"
 
 namespace trp::udf {
 

@@ -18,9 +18,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "bytes.hh"
-#include "imagefile.hh"
-#include "result.hh"
+#include "internal/bytes.hh"
+#include "file/imagefile.hh"
+#include "internal/result.hh"
 
 namespace trp::udf {
 

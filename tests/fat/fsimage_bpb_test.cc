@@ -7,7 +7,7 @@
 
 #include <functional>
 
-#include "internal/fsimage.hh"
+#include "fat/fsimage.hh"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <filesystem>
 
 #include "fat_support.hh"
-#include "internal/fsimage.hh"
+#include "fat/fsimage.hh"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "internal/fsimage.hh"
+#include "fat/fsimage.hh"
 
 namespace {
 

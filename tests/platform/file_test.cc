@@ -14,7 +14,7 @@
 #include <trplatform/file.h>
 #include <trplatform/fileio.h>
 
-#include "internal/imagefile.hh"
+#include "file/imagefile.hh"
 
 #include "testsupport.hh"
 
