@@ -8,7 +8,7 @@
 namespace trguest_cli {
 
 struct Command {
-   const char *name;   // NULL ends the table
+   const char *name;   // one word, or two ("media linux"); NULL ends the table
    const char *usage;  // arguments, for the usage text
    int (*run)(int argc, char **argv);  // argv holds the arguments after the name
 };

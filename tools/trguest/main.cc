@@ -11,9 +11,19 @@
 
 namespace {
 
-const trguest_cli::Command *FindCommand(const char *name) {
+// A command's name is one word ("detect") or two ("media linux"); *used
+// receives how many arguments the name took.
+const trguest_cli::Command *FindCommand(int argc, char **argv, int *used) {
    for (const trguest_cli::Command *c = trguest_cli::Commands(); c->name != nullptr; c++) {
-      if (std::strcmp(c->name, name) == 0) {
+      const char *blank = std::strchr(c->name, ' ');
+      if (blank == nullptr) {
+         if (std::strcmp(c->name, argv[0]) == 0) {
+            *used = 1;
+            return c;
+         }
+      } else if (argc >= 2 && std::strncmp(c->name, argv[0], blank - c->name) == 0 &&
+                 argv[0][blank - c->name] == '\0' && std::strcmp(blank + 1, argv[1]) == 0) {
+         *used = 2;
          return c;
       }
    }
@@ -42,11 +52,12 @@ int main(int argc, char **argv) {
       Usage(stdout);
       return 0;
    }
-   const trguest_cli::Command *cmd = FindCommand(argv[1]);
+   int used = 0;
+   const trguest_cli::Command *cmd = FindCommand(argc - 1, argv + 1, &used);
    if (cmd == nullptr) {
       std::fprintf(stderr, "trguest: unknown command '%s'\n", argv[1]);
       Usage(stderr);
       return 64;
    }
-   return cmd->run(argc - 2, argv + 2);
+   return cmd->run(argc - 1 - used, argv + 1 + used);
 }
