@@ -15,6 +15,8 @@ packages=(
   xorriso genisoimage udftools dosfstools mtools
   # XML checks of written answer files
   libxml2-utils
+  # checks of the Linux answer files: preseed, Perl, password hashes
+  debconf perl openssl libcrypt-dev
 )
 
 missing=()
