@@ -8,6 +8,11 @@ namespace trguest_cli {
 
 const Command *Commands() {
    static const Command table[] = {
+      {"answer-file windows",
+       "--sif T --xml T [--store-pwd T] --guest ID [--sub N] --dest DIR [--language L] "
+       "[--image NAME] [--key KEY] [--kms SERVER] [--name NAME] [--password-file FILE|-] "
+       "[--auto-logon]",
+       RunAnswerFileWindows},
       {"detect", "[--json] [--all] IMAGE...", RunDetect},
       {"floppy", "format IMG | add IMG FILE NAME | get IMG NAME FILE | list IMG", RunFloppy},
       {"guestos", "[--count]", RunGuestOsTable},
