@@ -105,7 +105,7 @@ bool Prepare(const char *winntSifTemplate, const char *unattendXmlTemplate,
       return false;
    }
    Text storePwdPath;
-   if (storePwdIniTemplate != nullptr) {
+   if (Given(storePwdIniTemplate)) {
       storePwdPath.reset(File_PathJoin(destDir, "storePwd.ini"));
       if (!CopyTemplate(storePwdIniTemplate, storePwdPath.get())) {
          return false;
