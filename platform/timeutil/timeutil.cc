@@ -115,12 +115,22 @@ int32_t IndexOfWindowsZone(const std::string &name) {
    return -1;
 }
 
-// The part of a zoneinfo path below its "zoneinfo/" directory, or the
-// text itself when it names no such path.
+// The part of a zoneinfo path below its "zoneinfo/" directory (and below
+// the "posix/" or "right/" variant trees in it), or the text itself when it
+// names no such path.
 std::string ZoneFromPath(const std::string &path) {
    static const char kMarker[] = "zoneinfo/";
    size_t at = path.rfind(kMarker);
-   return at == std::string::npos ? path : path.substr(at + sizeof kMarker - 1);
+   if (at == std::string::npos) {
+      return path;
+   }
+   std::string zone = path.substr(at + sizeof kMarker - 1);
+   for (const char *variant : {"posix/", "right/"}) {
+      if (zone.rfind(variant, 0) == 0) {
+         return zone.substr(std::strlen(variant));
+      }
+   }
+   return zone;
 }
 
 // The host's IANA zone name; empty when it cannot be told.

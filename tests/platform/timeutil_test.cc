@@ -65,6 +65,7 @@ TEST(TimeUtil, ZoneFromTzToWindowsIndexAndName) {
       {"Australia/Sydney", "255|AUS Eastern Standard Time"},
       {":Europe/Berlin", "110|W. Europe Standard Time"},
       {":/usr/share/zoneinfo/Asia/Tokyo", "235|Tokyo Standard Time"},
+      {"/usr/share/zoneinfo/right/Asia/Tokyo", "235|Tokyo Standard Time"},
       {"Etc/UTC", "-1|UTC"},                // mapped, but without an index
       {"Nowhere/Atlantis", "-1|-"},         // not mapped
       {"Europe/\xc3\xa4", "-1|-"},

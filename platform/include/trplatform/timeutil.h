@@ -13,8 +13,8 @@ TR_EXTERN_C_BEGIN
 
 /*
  * The host's zone is the zone name in the environment variable TZ when it is
- * set and not empty (a leading ':' skipped; a path into a zoneinfo directory
- * names the zone below it), otherwise the zone that /etc/localtime links to
+ * set and not empty (a leading ':' skipped; a path into a zoneinfo directory,
+ * or its posix/ or right/ tree, names the zone below it), otherwise the zone that /etc/localtime links to
  * (or, when it is no link, the name in /etc/timezone).
  *
  * Returns the zone's Windows time zone index (as text-mode Windows setup
