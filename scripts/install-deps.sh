@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   # build
   build-essential cmake ninja-build pkg-config ccache
-  libxml2-dev libmd-dev
+  libxml2-dev libmd-dev libicu-dev
   # tests and benchmarks
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   # fuzzing (clang's libFuzzer runtime)

@@ -12,6 +12,11 @@ const Command *Commands() {
        "--guest ID [--sub N|NAME] --out DIR --user NAME --full-name TEXT "
        "(--password-file F | --password-stdin) [--root-password-file F] [--key KEY] [--poweroff]",
        RunAnswerFileLinux},
+      {"answer-file windows",
+       "--sif T --xml T [--store-pwd T] --guest ID [--sub N] --dest DIR [--language L] "
+       "[--image NAME] [--key KEY] [--kms SERVER] [--name NAME] [--password-file FILE|-] "
+       "[--auto-logon]",
+       RunAnswerFileWindows},
       {"detect", "[--json] [--all] IMAGE...", RunDetect},
       {"floppy", "format IMG | add IMG FILE NAME | get IMG NAME FILE | list IMG", RunFloppy},
       {"guestos", "[--count]", RunGuestOsTable},

@@ -18,6 +18,7 @@ const Command *Commands();
 
 // Subcommands (one cmd_<name>.cc each).
 int RunAnswerFileLinux(int argc, char **argv);
+int RunAnswerFileWindows(int argc, char **argv);
 int RunDetect(int argc, char **argv);
 int RunFloppy(int argc, char **argv);
 int RunGuestOsTable(int argc, char **argv);
