@@ -137,8 +137,8 @@ void ScriptFloppy(benchmark::State &state, bool extract) {
    for (auto _ : state) {
       std::filesystem::remove(image);
       std::filesystem::remove_all(drivers);
-      bool ok = !extract || Run({"xorriso", "-osirrox", "on", "-indev", "stdio:" + s.iso, "-extract",
-                                 "/drivers/scsi", drivers});
+      bool ok = !extract || Run({"xorriso", "-osirrox", "on", "-indev", "stdio:" + s.iso,
+                                 "-extract", "/drivers/scsi", drivers});
       ok = ok && Run({"mformat", "-C", "-f", "1440", "-i", image, "::"}) &&
            Run(McopyCommand(s, extract ? drivers : s.hostFiles, image));
       if (!ok) {

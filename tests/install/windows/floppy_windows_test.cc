@@ -28,7 +28,8 @@ namespace {
 namespace fs = std::filesystem;
 using fattest::Pattern;
 
-const std::string kWinntSif = "[Data]\nAutoPartition=1\n\n[Unattended]\nUnattendMode=FullUnattended\n";
+const std::string kWinntSif =
+   "[Data]\nAutoPartition=1\n\n[Unattended]\nUnattendMode=FullUnattended\n";
 const std::string kUnattendXml = "<unattend/>\n";
 const std::string kStorePwdIni = "[Password]\nEncrypted=0\n";
 const std::string kTxtsetupOem =
@@ -109,7 +110,8 @@ struct Fixture {
    // Replaces $TMP, $CFG, $SUP, $UPG, $DRV and $ISO in a log line.
    std::string Expand(std::string line) const {
       const std::pair<const char *, std::string> vars[] = {
-         {"$TMP", tmp.path()}, {"$CFG", config}, {"$SUP", support}, {"$UPG", upgrader}, {"$DRV", hostDrivers},
+         {"$TMP", tmp.path()}, {"$CFG", config},      {"$SUP", support},
+         {"$UPG", upgrader},   {"$DRV", hostDrivers},
          {"$ISO", iso}};
       for (const auto &[var, value] : vars) {
          for (size_t at; (at = line.find(var)) != std::string::npos;) {
@@ -145,7 +147,8 @@ void SetFat12(const std::string &image, uint32_t cluster, uint16_t value) {
                                          (static_cast<uint8_t>(old[1]) << 8));
    word = (cluster & 1) ? static_cast<uint16_t>((word & 0x000F) | (value << 4))
                         : static_cast<uint16_t>((word & 0xF000) | (value & 0x0FFF));
-   fattest::Patch(image, at, std::string{static_cast<char>(word & 0xFF), static_cast<char>(word >> 8)});
+   fattest::Patch(image, at,
+                  std::string{static_cast<char>(word & 0xFF), static_cast<char>(word >> 8)});
 }
 
 #define FLOPPY_REQUIRE_TOOLS()                                               \
@@ -161,9 +164,27 @@ void SetFat12(const std::string &image, uint32_t cluster, uint16_t value) {
 // bytes, the winnt.sif carried, and what is left in the configuration
 // directory.
 
+using Setup = std::function<void(Fixture &)>;
+// Setups: a path under the fixture's directory removed, or replaced by bytes.
+Setup Rm(const std::string &rel) {
+   return [rel](Fixture &fx) { fs::remove_all(fx.tmp.file(rel)); };
+}
+Setup Put(const std::string &rel, const std::string &bytes) {
+   return [=](Fixture &fx) {
+      fs::remove_all(fx.tmp.file(rel));
+      trtest::WriteFile(fx.tmp.file(rel), bytes);
+   };
+}
+Setup And(const Setup &a, const Setup &b) {
+   return [=](Fixture &fx) { a(fx), b(fx); };
+}
+const Setup kHostDrivers = [](Fixture &fx) { fx.toolsIso.clear(), fx.driverDir = fx.hostDrivers; };
+const Setup kNoDrivers = [](Fixture &fx) { fx.toolsIso.clear(), fx.driverDir.clear(); };
+const Setup kMissingIso = [](Fixture &fx) { fx.toolsIso = fx.tmp.file("missing.iso"); };
+
 struct BuildCase {
    const char *name;
-   std::function<void(Fixture &)> setup;
+   Setup setup;
    std::vector<std::string> floppyNames;   // as mdir -b lists them
    std::vector<std::string> oemBootFiles;  // empty: winnt.sif unchanged
    std::vector<std::string> log;
@@ -207,6 +228,8 @@ std::vector<std::string> With(std::vector<std::string> head, const std::vector<s
    head.insert(head.end(), tail.begin(), tail.end());
    return head;
 }
+const std::vector<std::string> kUpperDriverNames = {"TRSCSI.CAT", "TRSCSI.INF", "TRSCSI.SYS",
+                                                    "TXTSETUP.OEM"};
 const std::vector<std::string> kAllRest = {"winnt.sif",    "autoun~0.xml", "STOREPWD.ini",
                                            "STOREPWD.exe", "upgrader.exe", "unattend.cmd"};
 
@@ -220,44 +243,29 @@ INSTANTIATE_TEST_SUITE_P(
                  "AutoInstall_MakeFloppyImg: AddFileToFloppyImg file=\"amd64\""}},
       // Upper-case host names stay upper case, also as winnt.sif keys; no
       // storePwd.ini means no password store at all.
-      BuildCase{"HostDirectory",
-                [](Fixture &fx) {
-                   fx.toolsIso.clear();
-                   fx.driverDir = fx.hostDrivers;
-                   fs::remove(fx.config + "/storePwd.ini");
-                },
-                With({"TRSCSI.CAT", "TRSCSI.INF", "TRSCSI.SYS", "TXTSETUP.OEM"},
+      BuildCase{"HostDirectory", And(kHostDrivers, Rm("vm/storePwd.ini")),
+                With(kUpperDriverNames,
                      {"winnt.sif", "autoun~0.xml", "upgrader.exe", "unattend.cmd"}),
-                {"TRSCSI.CAT", "TRSCSI.INF", "TRSCSI.SYS", "TXTSETUP.OEM"},
-                {}},
+                kUpperDriverNames, {}},
       // The named image is not there: the driver floppy's files, lower
       // cased; a missing upgrader is then no failure.
-      BuildCase{"DriverFloppyFallback",
-                [](Fixture &fx) {
-                   fx.toolsIso = fx.tmp.file("missing.iso");
-                   fs::remove(fx.upgrader + "/TarvelToolsUpgrader.exe");
-                },
-                With(kDriverNames, {"winnt.sif", "autoun~0.xml", "STOREPWD.ini",
-                                    "STOREPWD.exe", "unattend.cmd"}),
-                kDriverNames,
-                {}},
+      BuildCase{"DriverFloppyFallback", And(kMissingIso, Rm("upgrader/TarvelToolsUpgrader.exe")),
+                With(kDriverNames, {"winnt.sif", "autoun~0.xml", "STOREPWD.ini", "STOREPWD.exe",
+                                    "unattend.cmd"}),
+                kDriverNames, {}},
       // No driver directory: a template floppy keeps its file, winnt.sif
       // gains nothing, and without a tools image the upgrader may be
       // missing.
       BuildCase{"TemplateWithoutDrivers",
-                [](Fixture &fx) {
+                And(And(kNoDrivers, Rm("upgrader/TarvelToolsUpgrader.exe")), [](Fixture &fx) {
                    fx.templ = fx.tmp.file("template.flp");
                    fattest::Tool({"mkfs.fat", "-C", fx.templ, "1440"});
                    trtest::WriteFile(fx.tmp.file("KEEP.TXT"), "template");
                    fattest::Tool({"mcopy", "-i", fx.templ, fx.tmp.file("KEEP.TXT"), "::"});
-                   fx.toolsIso.clear();
-                   fx.driverDir.clear();
-                   fs::remove(fx.upgrader + "/TarvelToolsUpgrader.exe");
-                },
+                }),
                 {"KEEP.TXT", "winnt.sif", "autoun~0.xml", "STOREPWD.ini", "STOREPWD.exe",
                  "unattend.cmd"},
-                {},
-                {}}),
+                {}, {}}),
    [](const testing::TestParamInfo<BuildCase> &p) { return std::string(p.param.name); });
 
 // ---------------------------------------------------------------------------
@@ -266,7 +274,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 struct FailCase {
    const char *name;
-   std::function<void(Fixture &)> setup;
+   Setup setup;
    std::vector<std::string> log;
    Bool result = FALSE;
 };
@@ -302,142 +310,73 @@ TEST_P(FloppyFailure, LogsAndCleansUp) {
    EXPECT_EQ(fx.HostDriverNames(), hostDrivers);
 }
 
-auto HostDrivers(Fixture &fx) {
-   fx.toolsIso.clear();
-   fx.driverDir = fx.hostDrivers;
-}
-auto NoDrivers(Fixture &fx) {
-   fx.toolsIso.clear();
-   fx.driverDir.clear();
-}
-auto MissingIso(Fixture &fx) {
-   fx.toolsIso = fx.tmp.file("missing.iso");
-}
-
 INSTANTIATE_TEST_SUITE_P(
    WindowsFloppy, FloppyFailure,
    ::testing::Values(
       FailCase{"TemplateMissing", [](Fixture &fx) { fx.templ = fx.tmp.file("none.flp"); },
                {"File_CopyFromNameToName from=\"$TMP/none.flp\" to=\"$CFG/autoinst.flp\""}},
       FailCase{"TemplateNotFat",
-               [](Fixture &fx) {
-                  fx.templ = fx.tmp.file("text.flp");
-                  trtest::WriteFile(fx.templ, std::string(4096, 'x'));
-               },
+               And(Put("text.flp", std::string(4096, 'x')),
+                   [](Fixture &fx) { fx.templ = fx.tmp.file("text.flp"); }),
                {"FSImage_SkipVolumeBoot err=7 FSIMAGE_FAT_FILE_SYSTEM"}},
-      FailCase{"ImageCannotBeCreated",
-               [](Fixture &fx) { fs::create_directory(fx.floppy); },
+      FailCase{"ImageCannotBeCreated", [](Fixture &fx) { fs::create_directory(fx.floppy); },
                {"FSImage_FormatVolume err=1 floppyImageFilePath =\"$CFG/autoinst.flp\""}},
-      FailCase{"WorkDirCannotBeCreated",
-               [](Fixture &fx) {
-                  fs::remove_all(fx.config + "/scsi");
-                  trtest::WriteFile(fx.config + "/scsi", "a file");
-               },
+      FailCase{"WorkDirCannotBeCreated", Put("vm/scsi", "a file"),
                {"File_CreateDirectory guestConfigDir=\"$CFG\""}},
       FailCase{"DirectoryNotInIso", [](Fixture &fx) { fx.driverDir = "/drivers/none"; },
                {"Iso9660_Extract res=2 scsiDriverDir=\"/drivers/none\"tempdir=\"$CFG/scsi\""}},
-      FailCase{"IsoNotAnImage",
-               [](Fixture &fx) { trtest::WriteFile(fx.iso, std::string(40000, 'x')); },
+      FailCase{"IsoNotAnImage", Put("tools.iso", std::string(40000, 'x')),
                {"Iso9660_Open res=4 toolsIsoPath=\"$ISO\""}},
-      FailCase{"NoDriverFloppy",
-               [](Fixture &fx) {
-                  MissingIso(fx);
-                  fs::remove(fx.support + "/trscsi.flp");
-               },
+      FailCase{"NoDriverFloppy", And(kMissingIso, Rm("support/trscsi.flp")),
                {"File_CopyFromNameToName from=\"$SUP/trscsi.flp\" to=\"$CFG/scsi/trscsi.flp\""}},
       FailCase{"DriverFloppyNotFat",
-               [](Fixture &fx) {
-                  MissingIso(fx);
-                  trtest::WriteFile(fx.support + "/trscsi.flp", std::string(4096, 'x'));
-               },
+               And(kMissingIso, Put("support/trscsi.flp", std::string(4096, 'x'))),
                {"FSImage_OpenRootDirectory err=7"}},
       // The first file's chain (cluster 2) points at itself.
       FailCase{"DriverFloppyChainLoop",
-               [](Fixture &fx) {
-                  MissingIso(fx);
-                  SetFat12(fx.support + "/trscsi.flp", 2, 2);
-               },
+               And(kMissingIso, [](Fixture &fx) { SetFat12(fx.support + "/trscsi.flp", 2, 2); }),
                {"GetFileFromFloppyImg file=\"$CFG/scsi/trscsi.cat\""}},
       // An entry whose name holds a control character is skipped.
-      FailCase{"DriverFloppyBadEntry",
-               [](Fixture &fx) {
-                  MissingIso(fx);
+      FailCase{"DriverFloppyBadEntry", And(kMissingIso, [](Fixture &fx) {
                   fattest::Patch(fx.support + "/trscsi.flp", 19 * 512 + 32 + 1, "\x01");
-               },
-               {"FSImage_GetCatInfo err=8"},
-               TRUE},
-      FailCase{"HostDriversMissing",
-               [](Fixture &fx) {
-                  HostDrivers(fx);
-                  fs::remove_all(fx.hostDrivers);
-               },
+               }),
+               {"FSImage_GetCatInfo err=8"}, TRUE},
+      FailCase{"HostDriversMissing", And(kHostDrivers, Rm("drivers")),
                {"File_ListDirectory nf=-1 tempdir=\"$DRV\""}},
-      FailCase{"HostDriversEmpty",
-               [](Fixture &fx) {
-                  HostDrivers(fx);
-                  fx.driverDir = fx.tmp.file("empty");
-                  fs::create_directory(fx.driverDir);
-               },
+      FailCase{"HostDriversEmpty", And(kHostDrivers, [](Fixture &fx) {
+                  fs::create_directory(fx.driverDir = fx.tmp.file("empty"));
+               }),
                {"File_ListDirectory nf=0 tempdir=\"$TMP/empty\""}},
-      FailCase{"TooManyDriverFiles",
-               [](Fixture &fx) {
-                  HostDrivers(fx);
+      FailCase{"TooManyDriverFiles", And(kHostDrivers, [](Fixture &fx) {
                   for (int i = 0; i < 600; i++) {
                      trtest::WriteFile(fx.hostDrivers + "/F" + std::to_string(i), "");
                   }
-               },
+               }),
                {"too many driver files nf=604 tempdir=\"$DRV\""}},
-      FailCase{"OemBootFilesNotWritten",
-               [](Fixture &fx) {
-                  HostDrivers(fx);
-                  fs::remove(fx.config + "/winnt.sif");
-               },
+      FailCase{"OemBootFilesNotWritten", And(kHostDrivers, Rm("vm/winnt.sif")),
                {"IniUtil_WriteIniFileString OEMBootFiles=\"TRSCSI.CAT\"unattendFilePath=\"$CFG/"
                 "winnt.sif\""}},
       // A txtsetup.oem that names no known driver only warns.
-      FailCase{"UnknownDriverType",
-               [](Fixture &fx) {
-                  HostDrivers(fx);
-                  trtest::WriteFile(fx.hostDrivers + "/TXTSETUP.OEM", "[SCSI]\nother = \"x\"\n");
-               },
+      FailCase{"UnknownDriverType", And(kHostDrivers, Put("drivers/TXTSETUP.OEM", "x = \"y\"\n")),
                {"WriteOEMDriverInfo: Failed to detect the type of driver in $DRV/TXTSETUP.OEM"},
                TRUE},
-      FailCase{"WinntSifMissing",
-               [](Fixture &fx) {
-                  NoDrivers(fx);
-                  fs::remove(fx.config + "/winnt.sif");
-               },
+      FailCase{"WinntSifMissing", And(kNoDrivers, Rm("vm/winnt.sif")),
                {"AddFileToFloppyImg UNATTENDED_INSTALL_FILE=\"$CFG/winnt.sif\""}},
-      FailCase{"UnattendXmlMissing",
-               [](Fixture &fx) {
-                  NoDrivers(fx);
-                  fs::remove(fx.config + "/autoun~0.xml");
-               },
+      FailCase{"UnattendXmlMissing", And(kNoDrivers, Rm("vm/autoun~0.xml")),
                {"AddFileToFloppyImg UNATTENDED_XML_INSTALL_FILE=\"$CFG/autoun~0.xml\""}},
       FailCase{"StorePwdIniUnreadable",
-               [](Fixture &fx) {
-                  NoDrivers(fx);
-                  fs::remove(fx.config + "/storePwd.ini");
+               And(And(kNoDrivers, Rm("vm/storePwd.ini")), [](Fixture &fx) {
                   ASSERT_EQ(mkfifo((fx.config + "/storePwd.ini").c_str(), 0600), 0);
-               },
+               }),
                {"AddFileToFloppyImg STOREPWD_INI_FILENAME=\"$CFG/storePwd.ini\""}},
-      FailCase{"StorePwdExeMissing",
-               [](Fixture &fx) {
-                  NoDrivers(fx);
-                  fs::remove(fx.support + "/storePwd.exe");
-               },
+      FailCase{"StorePwdExeMissing", And(kNoDrivers, Rm("support/storePwd.exe")),
                {"AddFileToFloppyImg STOREPWD_EXE_FILENAME=\"$SUP/storePwd.exe\""}},
-      FailCase{"UpgraderMissingWithTools",
-               [](Fixture &fx) { fs::remove(fx.upgrader + "/TarvelToolsUpgrader.exe"); },
+      FailCase{"UpgraderMissingWithTools", Rm("upgrader/TarvelToolsUpgrader.exe"),
                {"AddFileToFloppyImg file=\"Read Me First.txt\"",
                 "AddFileToFloppyImg file=\"amd64\"",
                 "AddFileToFloppyImg (tools \"$ISO\") UPGRADER_EXE=\"$UPG/"
                 "TarvelToolsUpgrader.exe\""}},
-      FailCase{"UnattendCmdMissing",
-               [](Fixture &fx) {
-                  NoDrivers(fx);
-                  fs::remove(fx.support + "/unattend.cmd");
-               },
+      FailCase{"UnattendCmdMissing", And(kNoDrivers, Rm("support/unattend.cmd")),
                {"AddFileToFloppyImg UNATTENDED_CMD=\"$SUP/unattend.cmd\""}}),
    [](const testing::TestParamInfo<FailCase> &p) { return std::string(p.param.name); });
 
