@@ -78,6 +78,19 @@ int ListDirectory(const std::string &dir, std::vector<std::string> *names) {
    return count;
 }
 
+// A file name for a log line: names that come from an image may hold line
+// feeds and other control characters, which would break the log's one line
+// per message; they are shown as "?".
+std::string Printable(const std::string &name) {
+   std::string out = name;
+   for (char &c : out) {
+      if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+         c = '?';
+      }
+   }
+   return out;
+}
+
 // An optional path argument: an empty text names nothing, like NULL.
 const char *Named(const char *path) {
    return path != nullptr && *path != '\0' ? path : nullptr;
@@ -324,7 +337,7 @@ bool WindowsFloppy::PlaceDrivers(const std::string &driverDir) {
       } else {
          // A file whose name is not an 8.3 name, or that does not fit:
          // the other drivers may still be all that setup needs.
-         Log("%s: AddFileToFloppyImg file=\"%s\"\n", kStep, name.c_str());
+         Log("%s: AddFileToFloppyImg file=\"%s\"\n", kStep, Printable(name).c_str());
       }
       if (IsTxtsetupOem(path)) {
          txtsetupOem = path;

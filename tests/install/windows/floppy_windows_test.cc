@@ -242,11 +242,14 @@ INSTANTIATE_TEST_SUITE_P(
                 {"AutoInstall_MakeFloppyImg: AddFileToFloppyImg file=\"Read Me First.txt\"",
                  "AutoInstall_MakeFloppyImg: AddFileToFloppyImg file=\"amd64\""}},
       // Upper-case host names stay upper case, also as winnt.sif keys; no
-      // storePwd.ini means no password store at all.
-      BuildCase{"HostDirectory", And(kHostDrivers, Rm("vm/storePwd.ini")),
+      // storePwd.ini means no password store at all; a control character
+      // in a skipped name does not break the log line.
+      BuildCase{"HostDirectory",
+                And(And(kHostDrivers, Rm("vm/storePwd.ini")), Put("drivers/bad\nname", "x")),
                 With(kUpperDriverNames,
                      {"winnt.sif", "autoun~0.xml", "upgrader.exe", "unattend.cmd"}),
-                kUpperDriverNames, {}},
+                kUpperDriverNames,
+                {"AutoInstall_MakeFloppyImg: AddFileToFloppyImg file=\"bad?name\""}},
       // The named image is not there: the driver floppy's files, lower
       // cased; a missing upgrader is then no failure.
       BuildCase{"DriverFloppyFallback", And(kMissingIso, Rm("upgrader/TarvelToolsUpgrader.exe")),
