@@ -20,6 +20,10 @@ const Command *Commands() {
       {"detect", "[--json] [--all] IMAGE...", RunDetect},
       {"floppy", "format IMG | add IMG FILE NAME | get IMG NAME FILE | list IMG", RunFloppy},
       {"guestos", "[--count]", RunGuestOsTable},
+      {"media windows",
+       "--config DIR --upgrader DIR --support DIR [--template IMG] [--tools-iso ISO] "
+       "[--drivers DIR]",
+       RunMediaWindows},
       {"ini", "get FILE SECTION KEY | set FILE SECTION KEY VALUE [--quote]", RunIni},
       {"validate",
        "--family linux|windows --guest ID [--sub N] (--password|--short-name|--name) TEXT",
