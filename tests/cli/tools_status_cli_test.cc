@@ -31,7 +31,8 @@ TEST(CliToolsStatus, PrintsTheStatusAndOnRequestTheLog) {
        "supported new (4)\n"},
       {{config, "--guest-text", "", "--legacy", "9348"}, 0, "too old (1)\n"},
       {{config, "--legacy", "0x7fffffff", "--guest-text", ""}, 0, "reserved version (8)\n"},
-      {{"--explain", config, "--cache", cache, "--guest-text", "monolithic.version = \"9.0.1.100\""},
+      {{"--explain", config, "--cache", cache, "--guest-text",
+        "monolithic.version = \"9.0.1.100\""},
        0,
        "GetHostManifests: Extracting the manifest file.\n"
        "GetHostManifests: Done extracting the manifest file.\n"

@@ -113,7 +113,8 @@ const CompareCase kCompareCases[] = {
     T("tools", "9.0.1.200"), TOOLS_STATUS_SUPPORTED_NEW,
     "supported new because this is status of tools."},
    {"noAvrOlderIsTooOld", "a.version = \"9.0.2\"\nb.version = \"1\"\n", nullptr,
-    T("a", "9.0.1") T("b", "0.9"), TOOLS_STATUS_TOO_OLD, "too old because this is status of a and b."},
+    T("a", "9.0.1") T("b", "0.9"), TOOLS_STATUS_TOO_OLD,
+    "too old because this is status of a and b."},
    {"avrMinAllowsOlder", "tools.version = \"9.0.2\"\n", "tools.version = \"9.0\"\n",
     T("tools", "9.0.1"), TOOLS_STATUS_SUPPORTED_OLD,
     "supported old because this is status of tools."},
@@ -163,7 +164,8 @@ const CompareCase kCompareCases[] = {
    {"monolithicTooOldWithComponents",
     "monolithic.version = \"9\"\na.version = \"2\"\nb.version = \"2\"\nc.version = \"2\"\n",
     nullptr, "monolithic.version = \"8\"\n" T("a", "1") T("b", "1") T("c", "3"),
-    TOOLS_STATUS_TOO_OLD, "too old because this is status of monolithic version and 2 more components."},
+    TOOLS_STATUS_TOO_OLD,
+    "too old because this is status of monolithic version and 2 more components."},
    {"upgraderStandsInForMonolithic", "monolithic.version = \"8.6\"\n", nullptr,
     "upgrader.version = \"8.5\"\n", TOOLS_STATUS_TOO_OLD,
     "too old because this is status of monolithic version."},
@@ -184,7 +186,8 @@ TEST(StatusLog, ComponentTableAndResult) {
    StatusEnv env;
    env.setManifests("components.log = \"TRUE\"\nresult.log = \"TRUE\"\n"
                     "monolithic.version = \"9.2.0\"\na.version = \"1.0\"\nb.version = \"2.0#4\"\n"
-                    "c.version = \"3.0\"\ne.version = \"1\"\nf.version = \"1\"\ng.version = \"1\"\n",
+                    "c.version = \"3.0\"\n"
+                    "e.version = \"1\"\nf.version = \"1\"\ng.version = \"1\"\n",
                     "monolithic.version = \"9.0\"\na.version_illegal = \"0.9,0.8#2\"\n"
                     "b.version_max = \"2.5\"\nb.version_log = \"1\"\n");
    trtest::LogCapture log;

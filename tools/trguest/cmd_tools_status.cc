@@ -28,8 +28,9 @@ namespace trguest_cli {
 namespace {
 
 int Usage() {
-   std::fprintf(stderr, "usage: trguest tools status CONFIG [--guest-manifest FILE | --guest-text TEXT]\n"
-                        "                            [--legacy N] [--cache DIR] [--explain]\n");
+   std::fprintf(stderr,
+                "usage: trguest tools status CONFIG [--guest-manifest FILE | --guest-text TEXT]\n"
+                "                            [--legacy N] [--cache DIR] [--explain]\n");
    return 64;
 }
 
