@@ -18,8 +18,6 @@
 #include <trplatform/str.h>
 #include <trplatform/util.h>
 
-#include "toolsExtConfig.hh"
-
 const char *const statusWords[COMPONENT_STATUS_COUNT] = {
    "blacklisted",   "too old", "too new",
    "supported old", "supported new", "current",
@@ -440,7 +438,7 @@ TRGUEST_API ToolsVersionStatus ToolsVersion_GetStatus(const char *configPath,
    }
 
    if (legacyVersion == 0xFFFFFFFFu &&
-       !ToolsLegacyVersion(configPath, &legacyVersion)) {
+       !ToolsVersion_GetLegacyVersionNumber(configPath, &legacyVersion)) {
       return hwVersion < 10 ? TOOLS_STATUS_TOO_OLD : TOOLS_STATUS_UNKNOWN;
    }
    if (legacyVersion == 0) {

@@ -234,7 +234,7 @@ TEST(StatusLog, ComponentTableAndResult) {
 // Fallbacks and the sources of the guest manifest, through the exported call.
 struct FallbackCase {
    const char *name;
-   const char *guestOS;
+   const char *guestOS;     // NULL: a configuration file that does not load
    const char *guestText;   // NULL: from the extended configuration file
    const char *xml;         // the extended configuration file, NULL: none
    uint32_t legacy;
@@ -250,8 +250,11 @@ TEST_P(StatusFallback, GivesTheStatus) {
    const FallbackCase &c = GetParam();
    StatusEnv env;
    env.setManifests("monolithic.version = \"9.4.5\"\ntools.version = \"2\"\n", nullptr);
-   trtest::WriteFile(env.config(), std::string("guestOS = \"") + c.guestOS + "\"\nlibdir = \"" +
-                                      env.file("lib") + "\"\nextendedConfigFile = \"vm.xml\"\n");
+   trtest::WriteFile(env.config(), c.guestOS == nullptr
+                                      ? std::string("guestOS = \"unterminated\n")
+                                      : std::string("guestOS = \"") + c.guestOS +
+                                           "\"\nlibdir = \"" + env.file("lib") +
+                                           "\"\nextendedConfigFile = \"vm.xml\"\n");
    if (c.xml != nullptr) {
       trtest::WriteFile(env.file("vm.xml"), c.xml);
    }
@@ -273,10 +276,15 @@ const FallbackCase kFallbackCases[] = {
    {"legacy945", "darwin10", "", nullptr, 9349, TOOLS_STATUS_CURRENT, {}},
    {"legacyNone", "darwin10", "", nullptr, 0, TOOLS_STATUS_NO_TOOLS, {}},
    {"legacyReserved", "darwin10", "", nullptr, 2147483647, TOOLS_STATUS_RESERVED_VERSION, {}},
-   {"legacyUnknownOldHardware", "darwin10", "virtualHW.version = \"9\"\n", nullptr, 0xFFFFFFFFu,
+   // No disks to read the legacy version from: the virtual hardware decides.
+   {"legacyUnknownOldHardware", nullptr, "virtualHW.version = \"9\"\n", nullptr, 0xFFFFFFFFu,
     TOOLS_STATUS_TOO_OLD, {}},
-   {"legacyUnknownNewHardware", "darwin10", "virtualHW.version = \"10\"\n", nullptr, 0xFFFFFFFFu,
+   {"legacyUnknownNewHardware", nullptr, "virtualHW.version = \"10\"\n", nullptr, 0xFFFFFFFFu,
     TOOLS_STATUS_UNKNOWN, {}},
+   {"legacyUnknownNoHardwareEntry", nullptr, "", nullptr, 0xFFFFFFFFu, TOOLS_STATUS_TOO_OLD, {}},
+   // A machine without disks has no legacy version: no tools.
+   {"legacyUnknownNoDisks", "darwin10", "virtualHW.version = \"10\"\n", nullptr, 0xFFFFFFFFu,
+    TOOLS_STATUS_NO_TOOLS, {}},
    {"legacyComparedWithHost", "ubuntu", "", nullptr, 9348, TOOLS_STATUS_TOO_OLD,
     {"ToolsVersion: Status is too old because this is status of monolithic version."}},
    {"legacyEqualToHost", "ubuntu", "", nullptr, 9349, TOOLS_STATUS_CURRENT, {kNoStatus}},
