@@ -72,6 +72,9 @@ Bool GetToolsIsoPath(const char *configPath, const char *imageName, char **image
    *imagePath = nullptr;
    *imageDir = nullptr;
    *baseName = nullptr;
+   if (configPath == nullptr && imageName == nullptr) {
+      return FALSE;
+   }
 
    std::unique_ptr<Dictionary, DictionaryFree> dict;
    if (configPath != nullptr) {

@@ -18,8 +18,6 @@
 #include <trplatform/str.h>
 #include <trplatform/util.h>
 
-#include "toolsExtConfig.hh"
-
 const char *const statusWords[COMPONENT_STATUS_COUNT] = {
    "blacklisted",   "too old", "too new",
    "supported old", "supported new", "current",
@@ -46,6 +44,18 @@ int Compare(const ToolsVersionNumber &a, const ToolsVersionNumber &b, uint32_t k
 
 bool Present(const ToolsVersionNumber &v) { return v.significantParts != 0; }
 
+// Whether the guest version is on the blacklist. An entry without a version
+// (written with #0) matches every guest version.
+bool Blacklisted(const ComponentRecord &r) {
+   const auto *illegal = reinterpret_cast<const ToolsVersionNumber *>(r.avrIllegal.data);
+   for (size_t i = 0; i < r.avrIllegal.size / sizeof(ToolsVersionNumber); i++) {
+      if (!Present(illegal[i]) || Compare(r.guest, illegal[i], illegal[i].significantParts) == 0) {
+         return true;
+      }
+   }
+   return false;
+}
+
 // Names of the components of each status; the names are the table's keys.
 struct StatusLists {
    DynBuf lists[COMPONENT_STATUS_COUNT];
@@ -63,7 +73,9 @@ struct StatusLists {
    StatusLists(const StatusLists &) = delete;
    StatusLists &operator=(const StatusLists &) = delete;
 
-   void add(ComponentStatus s, const char *name) { DynBuf_SafeAppend(&lists[s], &name, sizeof name); }
+   void add(ComponentStatus s, const char *name) {
+      DynBuf_SafeAppend(&lists[s], &name, sizeof name);
+   }
    size_t count(ComponentStatus s) const { return lists[s].size / sizeof(const char *); }
    const char *name(ComponentStatus s, size_t i) const {
       return reinterpret_cast<const char *const *>(lists[s].data)[i];
@@ -231,7 +243,8 @@ RecordPtr TakeMonolithic(ComponentTable *table) {
       DynBuf_Init(&mono->avrIllegal);
    }
    if (RecordPtr legacy = TakeRecord(table, "legacy")) {
-      for (auto slot : {&ComponentRecord::host, &ComponentRecord::guest, &ComponentRecord::avrMin}) {
+      for (auto slot :
+           {&ComponentRecord::host, &ComponentRecord::guest, &ComponentRecord::avrMin}) {
          if (!Present(mono.get()->*slot)) {
             mono.get()->*slot = legacy.get()->*slot;
          }
@@ -282,18 +295,11 @@ ComponentStatus Fold(const StatusLists &lists, ComponentStatus S) {
 
 ComponentStatus ClassifyComponent(ComponentRecord *r) noexcept {
    ComponentStatus s;
-   const auto *illegal = reinterpret_cast<const ToolsVersionNumber *>(r->avrIllegal.data);
-   size_t illegalCount = r->avrIllegal.size / sizeof(ToolsVersionNumber);
-   bool blacklisted = false;
-   for (size_t i = 0; i < illegalCount && !blacklisted; i++) {
-      blacklisted = !Present(illegal[i]) ||
-                    Compare(r->guest, illegal[i], illegal[i].significantParts) == 0;
-   }
    if (!Present(r->guest)) {
       s = Present(r->host) ? COMPONENT_MISSING : COMPONENT_GONE;
    } else if (!r->installed) {
       s = COMPONENT_NOT_INSTALLED;
-   } else if (blacklisted) {
+   } else if (Blacklisted(*r)) {
       s = COMPONENT_BLACKLISTED;
    } else if (Present(r->avrMin) && Compare(r->guest, r->avrMin, r->avrMin.significantParts) < 0) {
       s = COMPONENT_TOO_OLD;
@@ -383,9 +389,15 @@ TRGUEST_API ToolsVersionStatus ToolsVersion_GetStatus(const char *configPath,
                                                       const char *guestManifestPath,
                                                       const char *guestManifestText,
                                                       uint32_t legacyVersion) noexcept {
+   // Everything is found through the configuration file: without one
+   // there is nothing to compare and no disk to ask.
+   if (configPath == nullptr) {
+      return TOOLS_STATUS_UNKNOWN;
+   }
    ToolsVersionStatus status = TOOLS_STATUS_UNKNOWN;
    Dictionary *dict = nullptr;
-   if (guestManifestPath != nullptr || (guestManifestText != nullptr && *guestManifestText != '\0')) {
+   bool haveText = guestManifestText != nullptr && *guestManifestText != '\0';
+   if (guestManifestPath != nullptr || haveText) {
       dict = Dictionary_Create();
       if (dict == nullptr) {
          Log("Error creating dictionary for guest manifest.\n");
@@ -426,7 +438,7 @@ TRGUEST_API ToolsVersionStatus ToolsVersion_GetStatus(const char *configPath,
    }
 
    if (legacyVersion == 0xFFFFFFFFu &&
-       !ToolsLegacyVersion(configPath, &legacyVersion)) {
+       !ToolsVersion_GetLegacyVersionNumber(configPath, &legacyVersion)) {
       return hwVersion < 10 ? TOOLS_STATUS_TOO_OLD : TOOLS_STATUS_UNKNOWN;
    }
    if (legacyVersion == 0) {

@@ -10,40 +10,13 @@
 #include <cstring>
 #include <strings.h>
 
-#include <libxml/parser.h>
 #include <libxml/tree.h>
 
 #include <trplatform/log.h>
 
-#include "toolsExtConfig.hh"
+#include "extendedConfigInt.h"
 
 namespace {
-
-bool NameIs(const xmlNode *node, const char *lower) {
-   if (node->type != XML_ELEMENT_NODE) {
-      return false;
-   }
-   const char *name = reinterpret_cast<const char *>(node->name);
-   for (; *lower != '\0'; name++, lower++) {
-      char c = *name;
-      if (c >= 'A' && c <= 'Z') {
-         c = static_cast<char>(c - 'A' + 'a');
-      }
-      if (c != *lower) {
-         return false;
-      }
-   }
-   return *name == '\0';
-}
-
-const xmlNode *FirstChildNamed(const xmlNode *parent, const char *lower) {
-   for (const xmlNode *c = parent->children; c != nullptr; c = c->next) {
-      if (NameIs(c, lower)) {
-         return c;
-      }
-   }
-   return nullptr;
-}
 
 // The attribute as text, or NULL; freed with xmlFree.
 struct XmlText {
@@ -62,7 +35,7 @@ ToolsVersionStatus AgentStatus(const xmlNode *tools) {
    if (tools == nullptr || tools->children == nullptr) {
       return 0;
    }
-   const xmlNode *mono = FirstChildNamed(tools, "monolithic");
+   const xmlNode *mono = ToolsXmlFirstChild(tools, "monolithic");
    if (mono == nullptr) {
       return 0;
    }
@@ -94,7 +67,7 @@ void AddManifestElements(const xmlNode *manifest, Dictionary *dict) {
 ToolsVersionStatus GuestManifestFromExtendedConfig(const char *configPath,
                                                    Dictionary **dict) noexcept {
    *dict = nullptr;
-   char *path = ToolsExtConfigPath(configPath);
+   char *path = GetExtendedConfigPath(configPath);
    if (path == nullptr) {
       Log("Error getting extended config file path.\n");
       return TOOLS_STATUS_UNKNOWN;
@@ -107,15 +80,13 @@ ToolsVersionStatus GuestManifestFromExtendedConfig(const char *configPath,
    }
    char *buffer = nullptr;
    size_t size = 0;
-   bool read = ToolsExtConfigRead(path, &buffer, &size);
+   bool read = ReadExtendedConfig(path, &buffer, &size);
    std::free(path);
    if (!read) {
       Log("Failed to get xml buffer from extended config file.\n");
       return TOOLS_STATUS_UNKNOWN;
    }
-   ToolsXmlInitOnce();
-   xmlDoc *doc = xmlReadMemory(buffer, static_cast<int>(size), "extended.xml", nullptr,
-                               XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+   xmlDoc *doc = ToolsVersionParseXml(buffer, size, false);
    std::free(buffer);
    if (doc == nullptr) {
       Log("Error parsing xml from extended config file.\n");
@@ -132,10 +103,10 @@ ToolsVersionStatus GuestManifestFromExtendedConfig(const char *configPath,
       const xmlNode *manifest = nullptr;
       const xmlNode *tools = nullptr;
       for (const xmlNode *c = root->children; c != nullptr; c = c->next) {
-         if (NameIs(c, "tools-manifest")) {
+         if (ToolsXmlIsElement(c, "tools-manifest")) {
             manifest = c;
-         } else if (NameIs(c, "update-agent-info")) {
-            if (const xmlNode *t = FirstChildNamed(c, "tools")) {
+         } else if (ToolsXmlIsElement(c, "update-agent-info")) {
+            if (const xmlNode *t = ToolsXmlFirstChild(c, "tools")) {
                tools = t;
             }
          }

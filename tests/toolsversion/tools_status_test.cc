@@ -113,7 +113,8 @@ const CompareCase kCompareCases[] = {
     T("tools", "9.0.1.200"), TOOLS_STATUS_SUPPORTED_NEW,
     "supported new because this is status of tools."},
    {"noAvrOlderIsTooOld", "a.version = \"9.0.2\"\nb.version = \"1\"\n", nullptr,
-    T("a", "9.0.1") T("b", "0.9"), TOOLS_STATUS_TOO_OLD, "too old because this is status of a and b."},
+    T("a", "9.0.1") T("b", "0.9"), TOOLS_STATUS_TOO_OLD,
+    "too old because this is status of a and b."},
    {"avrMinAllowsOlder", "tools.version = \"9.0.2\"\n", "tools.version = \"9.0\"\n",
     T("tools", "9.0.1"), TOOLS_STATUS_SUPPORTED_OLD,
     "supported old because this is status of tools."},
@@ -163,7 +164,8 @@ const CompareCase kCompareCases[] = {
    {"monolithicTooOldWithComponents",
     "monolithic.version = \"9\"\na.version = \"2\"\nb.version = \"2\"\nc.version = \"2\"\n",
     nullptr, "monolithic.version = \"8\"\n" T("a", "1") T("b", "1") T("c", "3"),
-    TOOLS_STATUS_TOO_OLD, "too old because this is status of monolithic version and 2 more components."},
+    TOOLS_STATUS_TOO_OLD,
+    "too old because this is status of monolithic version and 2 more components."},
    {"upgraderStandsInForMonolithic", "monolithic.version = \"8.6\"\n", nullptr,
     "upgrader.version = \"8.5\"\n", TOOLS_STATUS_TOO_OLD,
     "too old because this is status of monolithic version."},
@@ -184,7 +186,8 @@ TEST(StatusLog, ComponentTableAndResult) {
    StatusEnv env;
    env.setManifests("components.log = \"TRUE\"\nresult.log = \"TRUE\"\n"
                     "monolithic.version = \"9.2.0\"\na.version = \"1.0\"\nb.version = \"2.0#4\"\n"
-                    "c.version = \"3.0\"\ne.version = \"1\"\nf.version = \"1\"\ng.version = \"1\"\n",
+                    "c.version = \"3.0\"\n"
+                    "e.version = \"1\"\nf.version = \"1\"\ng.version = \"1\"\n",
                     "monolithic.version = \"9.0\"\na.version_illegal = \"0.9,0.8#2\"\n"
                     "b.version_max = \"2.5\"\nb.version_log = \"1\"\n");
    trtest::LogCapture log;
@@ -231,7 +234,7 @@ TEST(StatusLog, ComponentTableAndResult) {
 // Fallbacks and the sources of the guest manifest, through the exported call.
 struct FallbackCase {
    const char *name;
-   const char *guestOS;
+   const char *guestOS;     // NULL: a configuration file that does not load
    const char *guestText;   // NULL: from the extended configuration file
    const char *xml;         // the extended configuration file, NULL: none
    uint32_t legacy;
@@ -247,8 +250,11 @@ TEST_P(StatusFallback, GivesTheStatus) {
    const FallbackCase &c = GetParam();
    StatusEnv env;
    env.setManifests("monolithic.version = \"9.4.5\"\ntools.version = \"2\"\n", nullptr);
-   trtest::WriteFile(env.config(), std::string("guestOS = \"") + c.guestOS + "\"\nlibdir = \"" +
-                                      env.file("lib") + "\"\nextendedConfigFile = \"vm.xml\"\n");
+   trtest::WriteFile(env.config(), c.guestOS == nullptr
+                                      ? std::string("guestOS = \"unterminated\n")
+                                      : std::string("guestOS = \"") + c.guestOS +
+                                           "\"\nlibdir = \"" + env.file("lib") +
+                                           "\"\nextendedConfigFile = \"vm.xml\"\n");
    if (c.xml != nullptr) {
       trtest::WriteFile(env.file("vm.xml"), c.xml);
    }
@@ -270,10 +276,15 @@ const FallbackCase kFallbackCases[] = {
    {"legacy945", "darwin10", "", nullptr, 9349, TOOLS_STATUS_CURRENT, {}},
    {"legacyNone", "darwin10", "", nullptr, 0, TOOLS_STATUS_NO_TOOLS, {}},
    {"legacyReserved", "darwin10", "", nullptr, 2147483647, TOOLS_STATUS_RESERVED_VERSION, {}},
-   {"legacyUnknownOldHardware", "darwin10", "virtualHW.version = \"9\"\n", nullptr, 0xFFFFFFFFu,
+   // No disks to read the legacy version from: the virtual hardware decides.
+   {"legacyUnknownOldHardware", nullptr, "virtualHW.version = \"9\"\n", nullptr, 0xFFFFFFFFu,
     TOOLS_STATUS_TOO_OLD, {}},
-   {"legacyUnknownNewHardware", "darwin10", "virtualHW.version = \"10\"\n", nullptr, 0xFFFFFFFFu,
+   {"legacyUnknownNewHardware", nullptr, "virtualHW.version = \"10\"\n", nullptr, 0xFFFFFFFFu,
     TOOLS_STATUS_UNKNOWN, {}},
+   {"legacyUnknownNoHardwareEntry", nullptr, "", nullptr, 0xFFFFFFFFu, TOOLS_STATUS_TOO_OLD, {}},
+   // A machine without disks has no legacy version: no tools.
+   {"legacyUnknownNoDisks", "darwin10", "virtualHW.version = \"10\"\n", nullptr, 0xFFFFFFFFu,
+    TOOLS_STATUS_NO_TOOLS, {}},
    {"legacyComparedWithHost", "ubuntu", "", nullptr, 9348, TOOLS_STATUS_TOO_OLD,
     {"ToolsVersion: Status is too old because this is status of monolithic version."}},
    {"legacyEqualToHost", "ubuntu", "", nullptr, 9349, TOOLS_STATUS_CURRENT, {kNoStatus}},
