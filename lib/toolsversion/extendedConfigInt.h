@@ -90,6 +90,7 @@ xmlNode *ToolsXmlLastChild(const xmlNode *parent, const char *name);
 struct ToolsManifestElement {
    xmlNode *element;
    std::unordered_map<std::string, xmlNode *> components;
+   bool notUtf8;  // a value was not UTF-8 and could not be written
 };
 
 /*
