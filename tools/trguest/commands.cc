@@ -15,6 +15,13 @@ const Command *Commands() {
       {"tools status",
        "CONFIG [--guest-manifest FILE | --guest-text TEXT] [--legacy N] [--cache DIR] [--explain]",
        RunToolsStatus},
+      {"tools save",
+       "CONFIG [--agent FILE|null|no-tools] [--manifest FILE|null|no-tools] "
+       "[--install-error N] [--update-counter N]",
+       RunToolsSave},
+      {"tools install-info", "CONFIG", RunToolsInstallInfo},
+      {"tools update-info", "CONFIG", RunToolsUpdateInfo},
+      {"tools legacy-version", "CONFIG", RunToolsLegacyVersion},
       {"validate",
        "--family linux|windows --guest ID [--sub N] (--password|--short-name|--name) TEXT",
        RunValidate},
