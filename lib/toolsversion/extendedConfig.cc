@@ -33,6 +33,10 @@ constexpr int64_t kExtendedConfigLimit = INT64_C(0x80000000);
 }  // namespace
 
 char *GetExtendedConfigPath(const char *configPath) {
+   if (configPath == nullptr) {
+      Log("Error loading dictionary for trx config file: %s.\n", "no file named");
+      return nullptr;
+   }
    Dictionary *dict = Dictionary_Create();
    if (dict == nullptr) {
       Log("Error creating dictionary for trx config file.\n");

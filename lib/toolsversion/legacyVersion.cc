@@ -14,6 +14,9 @@ extern "C" {
 
 TRGUEST_API Bool ToolsVersion_GetLegacyVersionNumber(const char *configPath,
                                                      uint32_t *version) noexcept {
+   if (version == nullptr) {
+      return FALSE;
+   }
    *version = 0;
    SnapshotStringList *devices = nullptr;
    SnapshotStringList *disks = nullptr;

@@ -390,6 +390,9 @@ TRGUEST_API Bool ToolsVersion_GetInstallInfo(const char *configPath, int32_t *in
 
 TRGUEST_API Bool ToolsVersion_GetUpdateInfo(const char *configPath, ToolsUpdateInfo **infos,
                                             int32_t *count) noexcept {
+   if (infos == nullptr || count == nullptr) {
+      return FALSE;
+   }
    ExtendedConfigDoc config(configPath);
    if (!config.ok()) {
       return FALSE;

@@ -134,6 +134,7 @@ TEST(LegacyVersionNumber, HighestToolsVersionOfAllDisks) {
    uint32_t version = 1;
    EXPECT_TRUE(ToolsVersion_GetLegacyVersionNumber(config.c_str(), &version));
    EXPECT_EQ(version, 9349u);
+   EXPECT_FALSE(ToolsVersion_GetLegacyVersionNumber(config.c_str(), nullptr));
 
    version = 1;
    EXPECT_FALSE(ToolsVersion_GetLegacyVersionNumber(dir.file("none.trx").c_str(), &version));

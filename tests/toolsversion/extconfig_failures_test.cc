@@ -29,7 +29,7 @@ enum class Op { kSave, kInstallInfo, kUpdateInfo };
 
 struct FailCase {
    const char *name;
-   const char *config;  // configuration file text; NULL: no file
+   const char *config;  // configuration file text; NULL: no file; "": no path given
    const char *xml;     // extended file text; NULL: a directory stands there
    Op op;
    const char *agent;
@@ -75,7 +75,8 @@ TEST_P(Failures, LogAndKeepTheFile) {
    Bool ok = TRUE;
    switch (c.op) {
    case Op::kSave:
-      ok = ToolsVersion_SaveXmlInfo(config.c_str(), c.agent, c.manifest, 1, 1);
+      ok = ToolsVersion_SaveXmlInfo(c.config && !*c.config ? nullptr : config.c_str(), c.agent,
+                                    c.manifest, 1, 1);
       break;
    case Op::kInstallInfo: {
       int32_t installError = -1;
@@ -112,6 +113,9 @@ const FailCase kFailCases[] = {
    {"noConfigFile", nullptr, kFile, Op::kSave, "null", nullptr,
     {"Error loading dictionary for trx config file: Cannot open @/vm.trx: No such file or "
      "directory.",
+     "Error getting extended config file path."}},
+   {"noConfigPath", "", kFile, Op::kSave, "null", nullptr,
+    {"Error loading dictionary for trx config file: no file named.",
      "Error getting extended config file path."}},
    {"noExtendedConfigEntry", "guestOS = \"other\"\n", kFile, Op::kInstallInfo, nullptr, nullptr,
     {"Error getting extended config name from config file.",
