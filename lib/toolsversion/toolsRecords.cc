@@ -297,9 +297,10 @@ void AddManifestXmlEntry(const char *name, const char *value, void *, void *pare
    if (xmlStrcasecmp(BAD_CAST suffix, BAD_CAST "encoding") == 0) {
       return;
    }
-   // A component that is no XML name (empty, or with blanks or markup
-   // characters) would make the file unreadable once written.
-   if (xmlValidateName(BAD_CAST component.c_str(), 0) != 0) {
+   // A component that is no XML name (empty, not UTF-8, or with blanks or
+   // markup characters) would make the file unreadable once written.
+   if (!xmlCheckUTF8(BAD_CAST component.c_str()) ||
+       xmlValidateName(BAD_CAST component.c_str(), 0) != 0) {
       return;
    }
    // libxml2 cannot write text that is not UTF-8 (and says so on stderr);

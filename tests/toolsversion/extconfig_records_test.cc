@@ -77,7 +77,7 @@ const SaveCase kSaveCases[] = {
     "root(tools-manifest(tools[installed=TRUE,version=9.4.5.0],result))"},
    {"manifestSuffixAndComponentCase", "<root/>", nullptr,
     ".encoding = \"UTF-8\"\nTools.VERSION = \"1.0\"\ntools.Installed = \"TRUE\"\n"
-    "a<b.version = \"2\"\n.version = \"3\"\nc.other = \"4\"\n",
+    "a<b.version = \"2\"\n.version = \"3\"\nc.other = \"4\"\nd\xff.version = \"5\"\n",
     0, 0, "root(tools-manifest(Tools[version=1.0],tools,c))"},
    {"manifestAfterAgentWins", "<root/>", kAgentMonolithic, "a.version = \"1\"\n", 0, 0,
     "root(update-agent-info(tools(monolithic[guestVersion=9.4.5,repoVersion=9.4.6,status=2])),"
