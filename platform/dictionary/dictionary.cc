@@ -15,10 +15,9 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <unordered_map>
 
+#include <trplatform/file.h>
 #include <trplatform/msg.h>
 #include <trplatform/str.h>
 #include <trplatform/strutil.h>
@@ -154,26 +153,9 @@ TRPLATFORM_API Bool Dictionary_Write(Dictionary *dict, const char *path) noexcep
          trp::DictNamesEqual(e.name, ".encoding") ? std::string_view("UTF-8") : e.value;
       text += e.name + " = " + trp::QuoteDictionaryValue(value) + "\n";
    }
-   // Written beside the target and renamed into place: the file is either
-   // the old one or the whole new one.
-   std::string tmp = std::string(path) + ".XXXXXX";
-   int fd = mkstemp(tmp.data());
-   if (fd < 0) {
-      return FALSE;
-   }
-   bool ok = fchmod(fd, 0644) == 0;
-   for (size_t done = 0; ok && done < text.size();) {
-      ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-      if (n < 0 && errno == EINTR) continue;
-      if (n <= 0) ok = false;
-      else done += static_cast<size_t>(n);
-   }
-   ok = ::close(fd) == 0 && ok;
-   ok = ok && std::rename(tmp.c_str(), path) == 0;
-   if (!ok) {
-      ::unlink(tmp.c_str());
-   }
-   return ok ? TRUE : FALSE;
+   // Replaced atomically: the file is either the old one or the whole new
+   // one, and keeps its mode and owner.
+   return File_ReplaceContents(path, text.data(), text.size());
 }
 
 TRPLATFORM_API int Dictionary_Iterate(Dictionary *dict, DictionaryIterateCallback cb,

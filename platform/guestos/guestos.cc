@@ -61,6 +61,7 @@ constexpr Kind kKinds[] = {
    {0x502B, 0},       {0x502C, 0},       {0x502D, 0},  // Solaris 7, 8, 9
    {0x502E, 0},       {0x502F, k64Bit},          // Solaris 10
    {0x503A, 0},       {0x503B, 0},       {0x503C, 0},  // NetWare 4, 5, 6
+   {0x503D, 0},                                  // other Linux, 2.6 kernel
    {0x5050, 0},       {0x5051, k64Bit},          // Mac OS X 10.5
    {0x5052, 0},       {0x5053, k64Bit},          // Mac OS X 10.6
    {0x5054, 0},       {0x5055, k64Bit},          // Mac OS X 10.7
@@ -160,6 +161,9 @@ TRPLATFORM_API extern const GuestOSListEntry guestOSList[] = {
    {"turbolinux", 0x5026},
    {"otherlinux", 0x5027},
    {"otherlinux-64", 0x5028},
+   // A Linux not listed by name whose kernel is 2.6 or newer: the generic
+   // choice for current distributions, served by the Linux tools image.
+   {"other26xlinux", 0x503D},
    {"freeBSD", 0x5029},
    {"freeBSD-64", 0x502A},
    {"solaris7", 0x502B},

@@ -30,7 +30,8 @@ TEST(GuestOSTable, FamiliesLieInTheirRanges) {
                          StartsWith(n, "debian") || StartsWith(n, "ubuntu") ||
                          StartsWith(n, "suse") || StartsWith(n, "opensuse") ||
                          StartsWith(n, "sles") || StartsWith(n, "mandr") || n == "nld9" ||
-                         n == "sjds" || n == "turbolinux" || StartsWith(n, "otherlinux");
+                         n == "sjds" || n == "turbolinux" || StartsWith(n, "otherlinux") ||
+                         n == "other26xlinux";
       const bool inLinuxRanges = InRange(id, 0x501A, 0x5021) || InRange(id, 0x5024, 0x5028) ||
                                  id == 0x503D;
       EXPECT_EQ(GuestOS_IsWin(id), windows) << n;

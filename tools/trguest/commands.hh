@@ -24,6 +24,11 @@ int RunFloppy(int argc, char **argv);
 int RunGuestOsTable(int argc, char **argv);
 int RunIni(int argc, char **argv);
 int RunMediaWindows(int argc, char **argv);
+int RunToolsStatus(int argc, char **argv);
 int RunValidate(int argc, char **argv);
+int RunToolsSave(int argc, char **argv);
+int RunToolsInstallInfo(int argc, char **argv);
+int RunToolsUpdateInfo(int argc, char **argv);
+int RunToolsLegacyVersion(int argc, char **argv);
 
 }  // namespace trguest_cli
