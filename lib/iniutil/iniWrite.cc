@@ -4,11 +4,9 @@
 //    IniUtil_WriteIniFileInt.
 //
 //    The whole new text is assembled in a fixed working buffer first; the
-//    file is replaced only when that succeeded. The replacement is written
-//    to a temporary file in the same directory, flushed to the disk and
-//    renamed over the original (keeping its permission bits), so that a
-//    process that dies, or a disk that fills, while writing leaves the old
-//    file as it was.
+//    file is replaced only when that succeeded, atomically
+//    (File_ReplaceContents), so that a process that dies, or a disk that
+//    fills, while writing leaves the old file as it was.
 
 #include <trguest/iniutil.h>
 
@@ -19,10 +17,9 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <trplatform/file.h>
 #include <trplatform/str.h>
 #include <trplatform/util.h>
 
@@ -209,54 +206,20 @@ bool AssembleNewText(const char *path, const char *section, const char *key, con
    return true;
 }
 
-// Replaces the file at path by text: a temporary file in the same
-// directory, written in chunks of at most 1,024 bytes, synced, then renamed
-// over the original with the original's permission bits.
-bool ReplaceFile(const char *path, std::string_view text) {
-   // Write where a symbolic link points, so that the link stays a link.
-   std::unique_ptr<char, FreeDeleter> real(realpath(path, nullptr));
-   std::string target = real ? real.get() : path;
+// Whether text is given and holds no CR or LF.
+bool IsOneLine(const char *text) {
+   return text != nullptr && std::strpbrk(text, "\r\n") == nullptr;
+}
 
-   struct stat st;
-   if (stat(target.c_str(), &st) != 0) {
-      return false;
-   }
+// Replaces the file at path by text (atomically, keeping its mode; a
+// symbolic link stays a link and its target is rewritten).
+bool ReplaceFile(const char *path, std::string_view text) {
    // The rename would replace a file that the caller may not write (a
    // read-only answer file); refuse it as an open for writing would.
-   if (access(target.c_str(), W_OK) != 0) {
+   if (access(path, W_OK) != 0) {
       return false;
    }
-   std::string tmp = target + ".XXXXXX";
-   int fd = mkstemp(tmp.data());
-   if (fd < 0) {
-      return false;
-   }
-   bool ok = fchmod(fd, st.st_mode & 07777) == 0;
-   FilePtr out(fdopen(fd, "w"));
-   if (!out) {
-      close(fd);
-      ok = false;
-   }
-   for (size_t done = 0; ok && done < text.size();) {
-      size_t chunk = std::min(text.size() - done, kLineBufferSize);
-      if (std::fwrite(text.data() + done, 1, chunk, out.get()) != chunk) {
-         ok = false;
-      }
-      done += chunk;
-   }
-   if (ok) {
-      ok = std::fflush(out.get()) == 0 && fsync(fileno(out.get())) == 0;
-   }
-   if (out) {
-      ok = std::fclose(out.release()) == 0 && ok;
-   }
-   if (ok) {
-      ok = std::rename(tmp.c_str(), target.c_str()) == 0;
-   }
-   if (!ok) {
-      unlink(tmp.c_str());
-   }
-   return ok;
+   return File_ReplaceContents(path, text.data(), text.size()) != FALSE;
 }
 
 }  // namespace
@@ -266,6 +229,12 @@ extern "C" {
 TRGUEST_API Bool IniUtil_WriteIniFileString(const char *path, const char *section,
                                             const char *key, const char *value,
                                             Bool quote) noexcept {
+   // A line break in any of the texts would end the line the writer adds
+   // and start another one of the caller's choosing (a password that opens
+   // a new section): refused before the file is read.
+   if (path == nullptr || !IsOneLine(section) || !IsOneLine(key) || !IsOneLine(value)) {
+      return FALSE;
+   }
    Assembly text;
    if (!AssembleNewText(path, section, key, value, quote, &text)) {
       return FALSE;

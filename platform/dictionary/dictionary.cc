@@ -15,10 +15,9 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <unordered_map>
 
+#include <trplatform/file.h>
 #include <trplatform/msg.h>
 #include <trplatform/str.h>
 #include <trplatform/strutil.h>
@@ -145,35 +144,40 @@ TRPLATFORM_API Bool Dictionary_LoadFromBuffer(Dictionary *dict, const char *text
 }
 
 TRPLATFORM_API Bool Dictionary_Write(Dictionary *dict, const char *path) noexcept {
+   if (dict == nullptr || path == nullptr) {
+      return FALSE;
+   }
    // Values are held in UTF-8 whatever the file they came from used, so an
    // ".encoding" entry is written as UTF-8: keeping a loaded "ISO-8859-1"
    // would convert the values a second time on the next load.
    std::string text;
+   trp::DictEntries expected;
    for (const Dictionary::Entry &e : dict->entries) {
+      if (!trp::IsDictionaryName(e.name)) {
+         Msg_Append("Cannot write %s: the entry name \"%s\" cannot be read back", path,
+                    e.name.c_str());
+         return FALSE;
+      }
       const std::string_view value =
          trp::DictNamesEqual(e.name, ".encoding") ? std::string_view("UTF-8") : e.value;
       text += e.name + " = " + trp::QuoteDictionaryValue(value) + "\n";
+      expected.emplace_back(e.name, value);
    }
-   // Written beside the target and renamed into place: the file is either
-   // the old one or the whole new one.
-   std::string tmp = std::string(path) + ".XXXXXX";
-   int fd = mkstemp(tmp.data());
-   if (fd < 0) {
+   // Every file written loads back with the same entries: the limits on
+   // lines, entries and size are checked by reading the text back.
+   trp::DictEntries parsed;
+   std::string error;
+   if (!trp::ParseDictionaryText(text, path, &parsed, &error) || parsed != expected) {
+      Msg_Append("Cannot write %s: the entries would not load back", path);
       return FALSE;
    }
-   bool ok = fchmod(fd, 0644) == 0;
-   for (size_t done = 0; ok && done < text.size();) {
-      ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-      if (n < 0 && errno == EINTR) continue;
-      if (n <= 0) ok = false;
-      else done += static_cast<size_t>(n);
+   // Replaced atomically: the file is either the old one or the whole new
+   // one, and keeps its mode and owner.
+   if (!File_ReplaceContents(path, text.data(), text.size())) {
+      Msg_Append("Cannot write %s: %s", path, std::strerror(errno));
+      return FALSE;
    }
-   ok = ::close(fd) == 0 && ok;
-   ok = ok && std::rename(tmp.c_str(), path) == 0;
-   if (!ok) {
-      ::unlink(tmp.c_str());
-   }
-   return ok ? TRUE : FALSE;
+   return TRUE;
 }
 
 TRPLATFORM_API int Dictionary_Iterate(Dictionary *dict, DictionaryIterateCallback cb,

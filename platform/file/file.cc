@@ -21,6 +21,7 @@
 #include <trplatform/util.h>
 
 #include "file/regularfile.hh"
+#include "file/replace.hh"
 
 namespace {
 
@@ -41,15 +42,8 @@ bool CopyContents(int from, int to) {
       if (n == 0) {
          return true;
       }
-      for (ssize_t done = 0; done < n;) {
-         ssize_t w = ::write(to, buf + done, static_cast<size_t>(n - done));
-         if (w < 0 && errno == EINTR) {
-            continue;
-         }
-         if (w <= 0) {
-            return false;
-         }
-         done += w;
+      if (!trp::WriteAll(to, buf, static_cast<size_t>(n))) {
+         return false;
       }
    }
 }
@@ -144,23 +138,8 @@ TRPLATFORM_API Bool File_CopyFromNameToName(const char *src, const char *dst,
       return FALSE;
    }
    const int from = *opened;
-   // Write beside the target and rename into place, so that the target is
-   // either the old file or the whole copy, never a part of it.
-   std::string tmp = std::string(dst) + ".XXXXXX";
-   int to = mkstemp(tmp.data());
-   if (to < 0) {
-      ::close(from);
-      return FALSE;
-   }
-   bool ok = CopyContents(from, to) && fchmod(to, st.st_mode & 0777) == 0;
-   ok = ::close(to) == 0 && ok;
+   bool ok = trp::ReplaceFileWith(dst, [from](int to) { return CopyContents(from, to); });
    ::close(from);
-   if (ok) {
-      ok = ::rename(tmp.c_str(), dst) == 0;
-   }
-   if (!ok) {
-      ::unlink(tmp.c_str());
-   }
    return ok ? TRUE : FALSE;
 }
 

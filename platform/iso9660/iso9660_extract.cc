@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "file/replace.hh"
 #include "internal/bytes.hh"
 #include "iso9660/iso9660_image.hh"
 
@@ -37,8 +38,8 @@ bool IsSafeComponent(const std::string &name) {
 }
 
 // Writes the entry's data to destPath through a temporary file renamed into
-// place, so that a failed copy leaves no partial file. The entry's size is
-// taken from *budget when one is given.
+// place (see File_CommitTemp), so that a failed copy leaves no partial
+// file. The entry's size is taken from *budget when one is given.
 IsoStatus CopyFile(Volume &volume, const Entry &entry, const std::string &destPath,
                    uint64_t *budget = nullptr) {
    if (budget != nullptr) {
@@ -47,45 +48,24 @@ IsoStatus CopyFile(Volume &volume, const Entry &entry, const std::string &destPa
       }
       *budget -= entry.size;
    }
-   for (const trp::iso::Extent &x : entry.extents) {
-      if (!trp::RangeFits(x.offset, x.length, volume.file().size())) {
-         return trp::Err{ISO9660_BAD_FORMAT};
-      }
-   }
-   // The temporary name is short and in the same directory: a name of 255
-   // bytes (what Rock Ridge allows) leaves no room for a suffix.
-   size_t slash = destPath.rfind('/');
-   std::string tmp =
-      (slash == std::string::npos ? std::string(".") : destPath.substr(0, slash)) + "/.trx-XXXXXX";
-   int fd = mkstemp(tmp.data());
-   if (fd < 0) {
-      return trp::Err{ISO9660_IO_ERROR};
-   }
-   bool ok = fchmod(fd, 0644) == 0;
-   std::vector<uint8_t> buf(static_cast<size_t>(std::min<uint64_t>(entry.size, kCopyChunk)));
-   for (uint64_t pos = 0; ok && pos < entry.size;) {
-      size_t n = static_cast<size_t>(std::min<uint64_t>(buf.size(), entry.size - pos));
-      auto got = trp::iso::ReadExtents(volume.file(), entry.extents, pos,
-                                       std::span<uint8_t>(buf.data(), n));
-      if (!got || *got != n) {
-         ok = false;
-         break;
-      }
-      for (size_t done = 0; done < n;) {
-         ssize_t w = ::write(fd, buf.data() + done, n - done);
-         if (w < 0 && errno == EINTR) continue;
-         if (w <= 0) {
-            ok = false;
-            break;
+   TRP_TRY(volume.checkFileData(entry));
+   bool written = trp::ReplaceFileWith(destPath.c_str(), [&](int fd) {
+      std::vector<uint8_t> buf(static_cast<size_t>(std::min<uint64_t>(entry.size, kCopyChunk)));
+      for (uint64_t pos = 0; pos < entry.size;) {
+         size_t n = static_cast<size_t>(std::min<uint64_t>(buf.size(), entry.size - pos));
+         auto got = trp::iso::ReadExtents(volume.file(), entry.extents, pos,
+                                          std::span<uint8_t>(buf.data(), n));
+         if (!got || *got != n) {
+            return false;
          }
-         done += static_cast<size_t>(w);
+         if (!trp::WriteAll(fd, buf.data(), n)) {
+            return false;
+         }
+         pos += n;
       }
-      pos += n;
-   }
-   ok = ::close(fd) == 0 && ok;
-   ok = ok && std::rename(tmp.c_str(), destPath.c_str()) == 0;
-   if (!ok) {
-      ::unlink(tmp.c_str());
+      return true;
+   });
+   if (!written) {
       return trp::Err{ISO9660_IO_ERROR};
    }
    return {};

@@ -20,6 +20,11 @@
 
 namespace {
 
+mode_t ModeOf(const std::string &path) {
+   struct stat st;
+   return stat(path.c_str(), &st) == 0 ? st.st_mode & 07777 : 0;
+}
+
 std::string Take(char *s) {
    std::string out = s != nullptr ? s : "<null>";
    std::free(s);
@@ -184,8 +189,10 @@ TEST(FileCopy, OverwriteRuleAndUnlink) {
    trtest::WriteFile(b, "old content");
    EXPECT_FALSE(File_CopyFromNameToName(a.c_str(), b.c_str(), FALSE));
    EXPECT_EQ(trtest::ReadFile(b), "old content");
+   ASSERT_EQ(chmod(b.c_str(), 0600), 0);
    EXPECT_TRUE(File_CopyFromNameToName(a.c_str(), b.c_str(), TRUE));
    EXPECT_EQ(trtest::ReadFile(b), "new");
+   EXPECT_EQ(ModeOf(b), 0600u);
    EXPECT_FALSE(File_CopyFromNameToName(dir.file("missing").c_str(), b.c_str(), TRUE));
    EXPECT_FALSE(File_CopyFromNameToName(a.c_str(), dir.file("no/dir/c").c_str(), TRUE));
    // Only regular files are copied, and a FIFO does not block the call.
@@ -197,6 +204,97 @@ TEST(FileCopy, OverwriteRuleAndUnlink) {
    EXPECT_EQ(File_UnlinkIfExists(b.c_str()), 0);
    EXPECT_EQ(File_UnlinkIfExists(b.c_str()), 0);
    EXPECT_FALSE(File_Exists(b.c_str()));
+}
+
+// Where an atomic replacement lands and what the file looks like after it.
+// Every case writes "new" to `write` after `setup` ran in a fresh directory,
+// then expects `check` to hold "new" with `mode`, `write` to stay a link
+// when it was one, and no temporary file to be left.
+struct ReplaceCase {
+   const char *name;
+   const char *setup;  // shell commands run in the directory
+   const char *write;  // path written, relative to the directory
+   const char *check;  // path whose contents are checked
+   mode_t mode;
+};
+
+void PrintTo(const ReplaceCase &c, std::ostream *os) { *os << c.name; }
+
+class FileReplace : public ::testing::TestWithParam<ReplaceCase> {};
+
+TEST_P(FileReplace, WritesTheTargetKeepingItsMode) {
+   const ReplaceCase &c = GetParam();
+   trtest::TempDir dir;
+   ASSERT_EQ(trtest::RunCommand({"sh", "-c", std::string("cd \"$1\" && ") + c.setup, "sh",
+                                 dir.path()}).exitCode, 0);
+   std::string write = dir.file(c.write);
+   struct stat before;
+   bool wasLink = lstat(write.c_str(), &before) == 0 && S_ISLNK(before.st_mode);
+   ASSERT_TRUE(File_ReplaceContents(write.c_str(), "new", 3));
+   EXPECT_EQ(trtest::ReadFile(dir.file(c.check)), "new");
+   EXPECT_EQ(ModeOf(dir.file(c.check)), c.mode);
+   struct stat after;
+   ASSERT_EQ(lstat(write.c_str(), &after), 0);
+   EXPECT_EQ(S_ISLNK(after.st_mode), wasLink);
+   auto left = trtest::RunCommand({"find", dir.path(), "-name", ".trtmp-*"});
+   EXPECT_EQ(left.output, "");
+}
+
+const ReplaceCase kReplaceCases[] = {
+   {"newFile", "true", "f", "f", 0644},
+   {"keepsPrivateMode", "echo old > f && chmod 600 f", "f", "f", 0600},
+   {"keepsExecutableMode", "echo old > f && chmod 755 f", "f", "f", 0755},
+   {"writesThroughLink", "mkdir d && echo old > d/f && chmod 640 d/f && ln -s d/f l", "l", "d/f",
+    0640},
+   {"writesThroughLinkChain", "echo old > f && ln -s f l1 && ln -s l1 l2", "l2", "f", 0644},
+   {"danglingLinkCreatesTarget", "mkdir d && ln -s d/f l", "l", "d/f", 0644},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cases, FileReplace, ::testing::ValuesIn(kReplaceCases),
+                         [](const auto &p) { return std::string(p.param.name); });
+
+TEST(FileReplaceFailures, LeaveNothingBehind) {
+   trtest::TempDir dir;
+   ASSERT_EQ(mkdir(dir.file("sub").c_str(), 0755), 0);
+   ASSERT_EQ(symlink("loop", dir.file("loop").c_str()), 0);
+   EXPECT_FALSE(File_ReplaceContents(dir.file("sub").c_str(), "x", 1));
+   EXPECT_FALSE(File_ReplaceContents(dir.file("no/dir/f").c_str(), "x", 1));
+   EXPECT_FALSE(File_ReplaceContents(dir.file("loop").c_str(), "x", 1));
+   EXPECT_FALSE(File_ReplaceContents(nullptr, "x", 1));
+   EXPECT_FALSE(File_ReplaceContents(dir.file("f").c_str(), nullptr, 1));
+   EXPECT_EQ(Take(File_MakeTempBeside(nullptr)), "<null>");
+   EXPECT_FALSE(File_CommitTemp(nullptr, dir.file("f").c_str()));
+   // A temporary file that cannot be committed is removed.
+   std::string tmp = Take(File_MakeTempBeside(dir.file("sub").c_str()));
+   EXPECT_EQ(tmp.rfind(dir.path() + "/", 0), 0u);
+   EXPECT_FALSE(File_CommitTemp(tmp.c_str(), dir.file("sub").c_str()));
+   EXPECT_FALSE(File_Exists(tmp.c_str()));
+   char **names = nullptr;
+   EXPECT_EQ(File_ListDirectory(dir.path().c_str(), &names), 2);
+   for (char **n = names; *n != nullptr; n++) {
+      std::free(*n);
+   }
+   std::free(names);
+   EXPECT_TRUE(File_ReplaceContents(dir.file("empty").c_str(), nullptr, 0));
+   EXPECT_EQ(trtest::ReadFile(dir.file("empty")), "");
+}
+
+// The file keeps its owner and group; only a privileged caller can give a
+// file away, so the case needs root (which the test runs as in CI).
+TEST(FileReplace, KeepsOwnerWhenPrivileged) {
+   trtest::TempDir dir;
+   std::string f = dir.file("f");
+   trtest::WriteFile(f, "old");
+   const uid_t owner = geteuid() == 0 ? 4321 : geteuid();
+   const gid_t group = geteuid() == 0 ? 4322 : getegid();
+   ASSERT_EQ(chown(f.c_str(), owner, group), 0);
+   ASSERT_EQ(chmod(f.c_str(), 04750), 0);
+   ASSERT_TRUE(File_ReplaceContents(f.c_str(), "new", 3));
+   struct stat st;
+   ASSERT_EQ(stat(f.c_str(), &st), 0);
+   EXPECT_EQ(st.st_uid, owner);
+   EXPECT_EQ(st.st_gid, group);
+   EXPECT_EQ(st.st_mode & 07777, 04750u);
 }
 
 TEST(FileTmp, SafeTmpDirIsPrivate) {

@@ -32,8 +32,27 @@ TRPLATFORM_API void File_GetPathName(const char *path, char **dir, char **base) 
 TRPLATFORM_API void File_SplitName(const char *path, char **volume, char **dir, char **base) TR_NOEXCEPT;
 
 /* Copies a regular file; with overwrite FALSE an existing target is an error.
- * The target is written under a temporary name and renamed into place. */
+ * The target is replaced as File_ReplaceContents does (an existing target
+ * keeps its mode, a new one gets 0644). */
 TRPLATFORM_API Bool File_CopyFromNameToName(const char *src, const char *dst, int overwrite) TR_NOEXCEPT;
+/*
+ * Atomic replacement. The new contents go to a temporary file in the
+ * target's directory, which receives the target's mode (0644 for a new file)
+ * and, when the caller may give it, the target's owner and group; its data
+ * are synced, it is renamed over the target and the directory is synced. A
+ * reader sees the old file or the whole new one. When path is a symbolic
+ * link, the file it names is replaced and the link stays.
+ */
+/* Writes size bytes of data (NULL only with size 0) as path's contents. */
+TRPLATFORM_API Bool File_ReplaceContents(const char *path, const void *data, size_t size) TR_NOEXCEPT;
+/* Creates an empty temporary file (mode 0600) in path's directory (the
+ * directory of the file a symbolic link at path names); returns its newly
+ * allocated name, or NULL. Write it, then File_CommitTemp it. */
+TRPLATFORM_API char *File_MakeTempBeside(const char *path) TR_NOEXCEPT;
+/* Gives tempPath path's mode (and owner), syncs it and renames it over path,
+ * then syncs the directory. tempPath is removed when this fails. */
+TRPLATFORM_API Bool File_CommitTemp(const char *tempPath, const char *path) TR_NOEXCEPT;
+
 /* One directory (mode 0755); TRUE also when it already exists as a directory. */
 TRPLATFORM_API Bool File_CreateDirectory(const char *path) TR_NOEXCEPT;
 /* A directory and its missing parents; TRUE when it exists afterwards. */
