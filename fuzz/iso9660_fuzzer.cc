@@ -3,9 +3,12 @@
 //    Untrusted ISO 9660 images: open through each name space, walk every
 //    directory to a bounded depth, read every file, get the volume id;
 //    extract the whole tree (Rock Ridge names) and one file of the root.
+//    However the records repeat data, an extraction writes no more than
+//    eight times the image's size.
 
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include <trplatform/iso9660.h>
@@ -41,6 +44,25 @@ void Walk(Iso9660Image *img, const std::string &path, int depth, int *budget) {
    Iso9660_CloseDir(img, d);
 }
 
+// Bytes of the regular files below dir.
+uint64_t BytesBelow(const std::string &dir) {
+   uint64_t total = 0;
+   std::error_code ec;
+   for (auto it = std::filesystem::recursive_directory_iterator(dir, ec);
+        !ec && it != std::filesystem::recursive_directory_iterator(); it.increment(ec)) {
+      if (it->is_regular_file(ec)) {
+         total += it->file_size(ec);
+      }
+   }
+   return total;
+}
+
+void CheckWritten(const std::string &dir, size_t inputSize) {
+   if (BytesBelow(dir) > 8 * static_cast<uint64_t>(inputSize)) {
+      std::abort();
+   }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -61,11 +83,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       if (requested == 4) {
          const std::string &out = fuzz::EmptyScratchDir("iso");
          Iso9660_Extract(img, "/", out.c_str());
+         CheckWritten(out, size);
          Iso9660DirHandle d;
          Iso9660DirEntry e;
          if (Iso9660_OpenDir(img, "", &d) == ISO9660_OK) {
             if (Iso9660_ReadDir(img, d, &e) == ISO9660_OK) {
-               Iso9660_ExtractFileEx(img, e.name, (out + "/one").c_str());
+               const std::string &one = fuzz::EmptyScratchDir("iso");
+               Iso9660_ExtractFileEx(img, e.name, (one + "/one").c_str());
+               Iso9660_Extract(img, e.name, one.c_str());
+               CheckWritten(one, size);
             }
             Iso9660_CloseDir(img, d);
          }

@@ -31,7 +31,7 @@ extern "C" {
 
 TRGUEST_API Bool IniUtil_GetIniFileString(const char *path, const char *section, const char *key,
                                           char *value, int32_t size) noexcept {
-   if (size < 1 || value == nullptr) {
+   if (size < 1 || value == nullptr || path == nullptr || section == nullptr || key == nullptr) {
       return FALSE;
    }
    FilePtr file(OpenRegularFile(path));

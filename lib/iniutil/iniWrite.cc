@@ -206,6 +206,11 @@ bool AssembleNewText(const char *path, const char *section, const char *key, con
    return true;
 }
 
+// Whether text is given and holds no CR or LF.
+bool IsOneLine(const char *text) {
+   return text != nullptr && std::strpbrk(text, "\r\n") == nullptr;
+}
+
 // Replaces the file at path by text (atomically, keeping its mode; a
 // symbolic link stays a link and its target is rewritten).
 bool ReplaceFile(const char *path, std::string_view text) {
@@ -224,6 +229,12 @@ extern "C" {
 TRGUEST_API Bool IniUtil_WriteIniFileString(const char *path, const char *section,
                                             const char *key, const char *value,
                                             Bool quote) noexcept {
+   // A line break in any of the texts would end the line the writer adds
+   // and start another one of the caller's choosing (a password that opens
+   // a new section): refused before the file is read.
+   if (path == nullptr || !IsOneLine(section) || !IsOneLine(key) || !IsOneLine(value)) {
+      return FALSE;
+   }
    Assembly text;
    if (!AssembleNewText(path, section, key, value, quote, &text)) {
       return FALSE;

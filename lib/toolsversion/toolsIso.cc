@@ -20,8 +20,6 @@
 #include <trplatform/str.h>
 #include <trplatform/util.h>
 
-#include "toolsCacheFile.hh"
-
 char *hostManifestCacheDir = nullptr;
 const char *toolsDefaultLibDir = "/usr/lib/tarvel";
 
@@ -152,11 +150,11 @@ Bool ExtractIsoManifest(const char *destPath, const char *imagePath,
       Iso9660_Close(image);
       return FALSE;
    }
-   char *temp = trguest::tools::MakeTempBeside(destPath);
+   char *temp = File_MakeTempBeside(destPath);
    bool ok = temp != nullptr && Iso9660_ExtractFileEx(image, "manifest.txt", temp) == ISO9660_OK;
    Iso9660_Close(image);
    if (ok) {
-      ok = trguest::tools::CommitTemp(temp, destPath);
+      ok = File_CommitTemp(temp, destPath) != FALSE;
    } else if (temp != nullptr) {
       File_UnlinkIfExists(temp);
    }

@@ -7,6 +7,7 @@
 
 #include "toolsStatusInt.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -189,6 +190,30 @@ bool NameWorkingCopy(const char *guestManifestPath, HostManifestPaths *paths) {
    return true;
 }
 
+// Copies the cache file over the working copy. The working copy is scratch
+// that the call removes before it returns, so it is written in place
+// without the syncs of the platform's durable copy, which would cost
+// milliseconds on every call and protect nothing.
+bool CopyToWorkingCopy(const char *from, const char *to) {
+   std::FILE *in = std::fopen(from, "rb");
+   if (in == nullptr) {
+      return false;
+   }
+   std::FILE *out = std::fopen(to, "wb");
+   bool ok = out != nullptr;
+   char buf[16384];
+   size_t n;
+   while (ok && (n = std::fread(buf, 1, sizeof buf, in)) > 0) {
+      ok = std::fwrite(buf, 1, n, out) == n;
+   }
+   ok = ok && !std::ferror(in);
+   std::fclose(in);
+   if (out != nullptr && std::fclose(out) != 0) {
+      ok = false;
+   }
+   return ok;
+}
+
 // Puts the host manifest of the virtual machine's tools image into the
 // working copy, through the cache file when there is a cache.
 bool GetHostManifests(const char *configPath, HostManifestPaths *p) {
@@ -204,7 +229,7 @@ bool GetHostManifests(const char *configPath, HostManifestPaths *p) {
           !ExtractIsoManifest(p->cachePath, p->imagePath, p->format)) {
          return false;
       }
-      if (!File_CopyFromNameToName(p->cachePath, p->workingCopy, TRUE)) {
+      if (!CopyToWorkingCopy(p->cachePath, p->workingCopy)) {
          Log("Failed to copy tools manifest file extracted from iso.\n");
          return false;
       }

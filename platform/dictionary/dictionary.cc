@@ -144,18 +144,40 @@ TRPLATFORM_API Bool Dictionary_LoadFromBuffer(Dictionary *dict, const char *text
 }
 
 TRPLATFORM_API Bool Dictionary_Write(Dictionary *dict, const char *path) noexcept {
+   if (dict == nullptr || path == nullptr) {
+      return FALSE;
+   }
    // Values are held in UTF-8 whatever the file they came from used, so an
    // ".encoding" entry is written as UTF-8: keeping a loaded "ISO-8859-1"
    // would convert the values a second time on the next load.
    std::string text;
+   trp::DictEntries expected;
    for (const Dictionary::Entry &e : dict->entries) {
+      if (!trp::IsDictionaryName(e.name)) {
+         Msg_Append("Cannot write %s: the entry name \"%s\" cannot be read back", path,
+                    e.name.c_str());
+         return FALSE;
+      }
       const std::string_view value =
          trp::DictNamesEqual(e.name, ".encoding") ? std::string_view("UTF-8") : e.value;
       text += e.name + " = " + trp::QuoteDictionaryValue(value) + "\n";
+      expected.emplace_back(e.name, value);
+   }
+   // Every file written loads back with the same entries: the limits on
+   // lines, entries and size are checked by reading the text back.
+   trp::DictEntries parsed;
+   std::string error;
+   if (!trp::ParseDictionaryText(text, path, &parsed, &error) || parsed != expected) {
+      Msg_Append("Cannot write %s: the entries would not load back", path);
+      return FALSE;
    }
    // Replaced atomically: the file is either the old one or the whole new
    // one, and keeps its mode and owner.
-   return File_ReplaceContents(path, text.data(), text.size());
+   if (!File_ReplaceContents(path, text.data(), text.size())) {
+      Msg_Append("Cannot write %s: %s", path, std::strerror(errno));
+      return FALSE;
+   }
+   return TRUE;
 }
 
 TRPLATFORM_API int Dictionary_Iterate(Dictionary *dict, DictionaryIterateCallback cb,

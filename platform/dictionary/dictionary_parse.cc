@@ -171,10 +171,44 @@ bool IsUtf8Name(std::string_view enc) {
    return DictNamesEqual(enc, "UTF-8") || DictNamesEqual(enc, "UTF8");
 }
 
+// The character sets a dictionary may name. iconv knows hundreds, some of
+// them stateful or with converters that are costly to load; a text only
+// needs the common ones, and an unknown name is refused as a typo would be.
+bool IsAllowedEncoding(std::string_view enc) {
+   static constexpr std::string_view kNames[] = {
+      "US-ASCII", "Shift_JIS", "EUC-JP", "GBK", "GB18030", "Big5", "EUC-KR",
+   };
+   for (std::string_view name : kNames) {
+      if (DictNamesEqual(enc, name)) {
+         return true;
+      }
+   }
+   // ISO-8859-1 .. ISO-8859-16 and windows-1250 .. windows-1258.
+   auto numbered = [enc](std::string_view prefix, int low, int high) {
+      if (enc.size() <= prefix.size() || !DictNamesEqual(enc.substr(0, prefix.size()), prefix)) {
+         return false;
+      }
+      std::string_view digits = enc.substr(prefix.size());
+      if (digits.size() > 4 || digits[0] == '0') {
+         return false;
+      }
+      int n = 0;
+      for (char c : digits) {
+         if (c < '0' || c > '9') {
+            return false;
+         }
+         n = n * 10 + (c - '0');
+      }
+      return n >= low && n <= high;
+   };
+   return numbered("ISO-8859-", 1, 16) || numbered("windows-", 1250, 1258);
+}
+
 // Converts the whole text from `encoding` to UTF-8.
 bool ConvertToUtf8(std::string_view text, const std::string &encoding, std::string *out,
                    std::string *error, std::string_view source) {
-   iconv_t cd = iconv_open("UTF-8", encoding.c_str());
+   iconv_t cd = IsAllowedEncoding(encoding) ? iconv_open("UTF-8", encoding.c_str())
+                                             : reinterpret_cast<iconv_t>(-1);
    if (cd == reinterpret_cast<iconv_t>(-1)) {
       *error = "Unknown encoding \"" + encoding + "\" in " + std::string(source);
       return false;
@@ -203,6 +237,15 @@ bool ConvertToUtf8(std::string_view text, const std::string &encoding, std::stri
 }
 
 }  // namespace
+
+bool IsDictionaryName(std::string_view name) {
+   for (char c : name) {
+      if (!IsNameChar(c)) {
+         return false;
+      }
+   }
+   return !name.empty();
+}
 
 bool DictNamesEqual(std::string_view a, std::string_view b) {
    return EqualsIgnoringAsciiCase(a, b);

@@ -27,6 +27,10 @@ using DictEntries = std::vector<std::pair<std::string, std::string>>;
 bool ParseDictionaryText(std::string_view text, std::string_view source, DictEntries *entries,
                          std::string *error);
 
+// Whether name can be written as an entry's name and read back: not empty,
+// and no blank, line feed, "=", '"', "#" or NUL in it.
+bool IsDictionaryName(std::string_view name);
+
 // The value quoted and escaped as the syntax writes it.
 std::string QuoteDictionaryValue(std::string_view value);
 

@@ -190,17 +190,8 @@ TRPLATFORM_API Iso9660Result Iso9660_OpenFile(Iso9660Image *image, const Iso9660
    Iso9660Image::FileState state;
    state.isDirectory = found->isDirectory;
    if (!found->isDirectory) {
-      const uint64_t imageSize = image->volume->file().size();
-      for (const trp::iso::Extent &x : found->extents) {
-         if (!trp::RangeFits(x.offset, x.length, imageSize)) {
-            return ISO9660_BAD_FORMAT;
-         }
-      }
-      // Extents may each lie inside the image yet repeat the same data; a
-      // file can never hold more than the image does, and a caller that
-      // reads it whole must not be led to run out of memory.
-      if (found->size > imageSize) {
-         return ISO9660_BAD_FORMAT;
+      if (trp::iso::IsoStatus valid = image->volume->checkFileData(*found); !valid.ok()) {
+         return valid.error();
       }
       state.extents = found->extents;
       state.size = found->size;

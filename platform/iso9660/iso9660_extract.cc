@@ -48,11 +48,7 @@ IsoStatus CopyFile(Volume &volume, const Entry &entry, const std::string &destPa
       }
       *budget -= entry.size;
    }
-   for (const trp::iso::Extent &x : entry.extents) {
-      if (!trp::RangeFits(x.offset, x.length, volume.file().size())) {
-         return trp::Err{ISO9660_BAD_FORMAT};
-      }
-   }
+   TRP_TRY(volume.checkFileData(entry));
    bool written = trp::ReplaceFileWith(destPath.c_str(), [&](int fd) {
       std::vector<uint8_t> buf(static_cast<size_t>(std::min<uint64_t>(entry.size, kCopyChunk)));
       for (uint64_t pos = 0; pos < entry.size;) {

@@ -306,4 +306,17 @@ IsoResult<Entry> Volume::lookup(std::string_view path) {
    return current;
 }
 
+IsoStatus Volume::checkFileData(const Entry &entry) const {
+   const uint64_t imageSize = file_.size();
+   for (const Extent &x : entry.extents) {
+      if (!RangeFits(x.offset, x.length, imageSize)) {
+         return Err{ISO9660_BAD_FORMAT};
+      }
+   }
+   if (entry.size > imageSize) {
+      return Err{ISO9660_BAD_FORMAT};
+   }
+   return {};
+}
+
 }  // namespace trp::iso

@@ -103,6 +103,12 @@ public:
    // The entry at path ("" and "/" are the root, which comes back as a
    // directory entry without a name).
    IsoResult<Entry> lookup(std::string_view path);
+   // Whether a file's data can be read as the entry describes it: every
+   // extent lies inside the image, and the extents together hold no more
+   // than the image does (they may each be in range yet repeat the same
+   // blocks, which would let one small image claim any size). Opening a
+   // file and extracting it both check this first; BadFormat when not.
+   IsoStatus checkFileData(const Entry &entry) const;
 
 private:
    Volume(ImageFile file, Descriptors desc) : file_(std::move(file)), desc_(std::move(desc)) {}

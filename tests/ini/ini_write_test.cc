@@ -185,6 +185,23 @@ TEST(IniWriteFailures, LeaveTheFileAsItWas) {
    EXPECT_FALSE(IniUtil_WriteIniFileString(path.c_str(), "s", "k", "new", FALSE));
    EXPECT_EQ(trtest::ReadFile(path), broken);
 
+   // A text with a line break would add lines of the caller's choosing;
+   // no text may be missing.
+   const struct {
+      const char *section, *key, *value;
+   } refused[] = {
+      {"s", "k", "pw\n[GuiRunOnce]\nCommand0=evil"}, {"s", "k", "pw\r"},
+      {"s\n[t]", "k", "v"}, {"s", "k\r\nx", "v"}, {nullptr, "k", "v"}, {"s", nullptr, "v"},
+      {"s", "k", nullptr},
+   };
+   trtest::WriteFile(path, "[s]\nk=v\n");
+   for (const auto &r : refused) {
+      EXPECT_FALSE(IniUtil_WriteIniFileString(path.c_str(), r.section, r.key, r.value, TRUE));
+   }
+   EXPECT_FALSE(IniUtil_WriteIniFileString(nullptr, "s", "k", "v", FALSE));
+   EXPECT_FALSE(IniUtil_WriteIniFileInt(path.c_str(), nullptr, "k", 1));
+   EXPECT_EQ(trtest::ReadFile(path), "[s]\nk=v\n");
+
    EXPECT_FALSE(IniUtil_WriteIniFileString(dir.file("missing.ini").c_str(), "s", "k", "v", FALSE));
    EXPECT_FALSE(trtest::FileExists(dir.file("missing.ini")));
    EXPECT_FALSE(IniUtil_WriteIniFileInt(dir.file("missing.ini").c_str(), "s", "k", 1));

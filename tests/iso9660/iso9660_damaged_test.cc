@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <trplatform/file.h>
 #include <trplatform/iso9660.h>
 
 #include "iso_craft.hh"
@@ -98,17 +99,23 @@ TEST(IsoDamaged, ExtentsOutsideTheImage) {
    EXPECT_EQ(Iso9660_Extract(img, "FAR.BIN", dir.path().c_str()), ISO9660_BAD_FORMAT);
    Iso9660_Close(img);
 
-   // Extents that each lie inside the image but together claim more data
-   // than the image holds (a reader of the whole file would run out of
-   // memory) are refused too.
+   // Ten extents that each cover the whole image claim ten times the data
+   // the image holds: opening the file (a reader of the whole file would
+   // run out of memory) and extracting it (which would fill the disk) are
+   // both refused, and nothing is written.
    const uint32_t whole = 40 * 2048;
-   path = BuildImage(dir, Record(0, whole, 0x80, "BIG.BIN;1") + Record(0, whole, 0x80, "BIG.BIN;1") +
-                             Record(0, whole, 0, "BIG.BIN;1"));
+   std::string repeated;
+   for (int i = 0; i < 9; i++) repeated += Record(0, whole, 0x80, "BIG.BIN;1");
+   path = BuildImage(dir, repeated + Record(0, whole, 0, "BIG.BIN;1"));
    ASSERT_EQ(Iso9660_Open(path.c_str(), 1, 0, &img), ISO9660_OK);
    ASSERT_EQ(Iso9660_OpenDir(img, "/", &d), ISO9660_OK);
    ASSERT_EQ(Iso9660_ReadDir(img, d, &e), ISO9660_OK);
-   EXPECT_EQ(e.size, 3ull * whole);
+   EXPECT_EQ(e.size, 10ull * whole);
    EXPECT_EQ(Iso9660_OpenFile(img, &e, &f), ISO9660_BAD_FORMAT);
+   trtest::TempDir out;
+   EXPECT_EQ(Iso9660_Extract(img, "BIG.BIN", out.path().c_str()), ISO9660_BAD_FORMAT);
+   EXPECT_EQ(Iso9660_ExtractFileEx(img, "BIG.BIN", out.file("big").c_str()), ISO9660_BAD_FORMAT);
+   EXPECT_EQ(File_ListDirectory(out.path().c_str(), nullptr), 0);
    Iso9660_Close(img);
 
    // A directory outside the image cannot be listed.

@@ -82,6 +82,14 @@ const ParseCase kParseCases[] = {
    {"missingName", "= \"1\"\n", {}, "Syntax error in buffer, line 1: missing name"},
    {"unknownEncoding", ".encoding = \"NO-SUCH-SET\"\n", {},
     "Unknown encoding \"NO-SUCH-SET\" in buffer"},
+   {"windows1252Converted", ".encoding = \"Windows-1252\"\nx = \"\x80\"\n",
+    {{".encoding", "Windows-1252"}, {"x", "\xe2\x82\xac"}}, nullptr},
+   // Character sets outside the fixed list are refused although iconv
+   // knows them.
+   {"encodingOutsideTheList", ".encoding = \"UTF-7\"\n", {},
+    "Unknown encoding \"UTF-7\" in buffer"},
+   {"encodingNumberOutsideTheList", ".encoding = \"ISO-8859-01\"\n", {},
+    "Unknown encoding \"ISO-8859-01\" in buffer"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, DictionaryParse, ::testing::ValuesIn(kParseCases),
@@ -109,14 +117,25 @@ TEST(DictionaryFile, LoadErrorsNameTheFile) {
    Dictionary_Free(d);
 }
 
-TEST(DictionaryFile, WriteRoundTrips) {
+TEST(DictionaryFile, WriteRoundTripsAndKeepsTheMode) {
    trtest::TempDir dir;
    std::string path = dir.file("out.trx");
+   trtest::WriteFile(path, "old = 1\n");
+   ASSERT_EQ(chmod(path.c_str(), 0600), 0);
    Dictionary *d = Dictionary_Create();
    Dict_SetString(d, "a \"quoted\" \\ | value\n\ttab", "%s.%s", "tools", "version");
    Dict_SetBool(d, TRUE, "tools.installed");
    Dict_SetLong(d, -12, "virtualHW.version");
+   std::string everyByte;
+   for (int c = 1; c < 256; c++) {
+      everyByte.push_back(static_cast<char>(c));
+   }
+   Dict_SetString(d, everyByte.c_str(), "bytes");
+   Dict_SetString(d, " # lead and trail ", "blanks");
    ASSERT_TRUE(Dictionary_Write(d, path.c_str()));
+   struct stat st;
+   ASSERT_EQ(stat(path.c_str(), &st), 0);
+   EXPECT_EQ(st.st_mode & 07777, 0600u);
    Dictionary *e = Dictionary_Create();
    ASSERT_TRUE(Dictionary_Load(e, path.c_str()));
    EXPECT_EQ(All(e), All(d));
@@ -124,6 +143,32 @@ TEST(DictionaryFile, WriteRoundTrips) {
    EXPECT_FALSE(Dictionary_IsDefined(e, "tools.installed"));
    Dictionary_Free(d);
    Dictionary_Free(e);
+}
+
+// A name that the syntax cannot hold is refused, and the file stays as it
+// was: writing it would make a file that no longer loads.
+TEST(DictionaryFile, WriteRefusesNamesThatDoNotLoadBack) {
+   trtest::TempDir dir;
+   std::string path = dir.file("out.trx");
+   trtest::WriteFile(path, "old = 1\n");
+   for (const char *name : {"a b", "a\nb = 2", "a=b", "a\"", "#a", "a\tb", ""}) {
+      Dictionary *d = Dictionary_Create();
+      Dict_SetString(d, "v", "%s", name);
+      Msg_Reset();
+      EXPECT_FALSE(Dictionary_Write(d, path.c_str())) << name;
+      EXPECT_EQ(std::string(Msg_GetMessagesAndReset()),
+                "Cannot write " + path + ": the entry name \"" + name + "\" cannot be read back");
+      EXPECT_EQ(trtest::ReadFile(path), "old = 1\n");
+      Dictionary_Free(d);
+   }
+   // A value longer than a line may be is refused the same way.
+   Dictionary *d = Dictionary_Create();
+   Dict_SetString(d, std::string(70000, 'x').c_str(), "long");
+   EXPECT_FALSE(Dictionary_Write(d, path.c_str()));
+   EXPECT_EQ(std::string(Msg_GetMessagesAndReset()),
+             "Cannot write " + path + ": the entries would not load back");
+   EXPECT_EQ(trtest::ReadFile(path), "old = 1\n");
+   Dictionary_Free(d);
 }
 
 TEST(DictionaryFile, WrittenTextIsUtf8WhateverItWasLoadedFrom) {

@@ -15,6 +15,7 @@
 #include <trguest/toolsversion.h>
 #include <trplatform/file.h>
 
+#include "media_builder.hh"
 #include "testsupport.hh"
 #include "tools_support.hh"
 #include "toolsversion/toolsStatusInt.h"
@@ -328,6 +329,35 @@ TEST(StatusGuestFile, MissingAndPresent) {
    EXPECT_EQ(ToolsVersion_GetStatus(env.config().c_str(), guest.c_str(), nullptr, 0),
              TOOLS_STATUS_TOO_OLD);
    EXPECT_FALSE(trtest::FileExists(guest + ".iso.shipped"));
+}
+
+// The host manifest from the image itself: into a missing cache file that
+// stays for later calls, or, with no cache, into the working copy alone.
+TEST(StatusHostImage, FillsTheCacheOnlyWhenMissing) {
+   if (!trtest::HaveTool("xorriso")) {
+      GTEST_SKIP() << "xorriso not installed";
+   }
+   StatusEnv env;
+   trtest::MediaSpec spec;
+   spec.files = {{"manifest.txt", "tools.version = \"2\"\n"}};
+   trtest::TempDir images;
+   std::string image = trtest::BuildImage(images, spec, "linux.iso");
+   ASSERT_TRUE(File_CreateDirectoryHierarchy(env.file("lib/isoimages").c_str()));
+   ASSERT_EQ(std::rename(image.c_str(), env.file("lib/isoimages/linux.iso").c_str()), 0);
+   const std::string cacheFile = env.file("cache/linux_manifest.txt");
+   const std::string guest = "tools.version = \"1\"\ntools.installed = \"TRUE\"\n";
+   for (bool cacheOn : {true, false}) {
+      ToolsVersion_SetHostManifestCacheDir(cacheOn ? env.file("cache").c_str() : nullptr);
+      std::remove(cacheFile.c_str());
+      ASSERT_TRUE(File_CreateDirectoryHierarchy(env.file("cache").c_str()));
+      EXPECT_EQ(env.compare(guest), TOOLS_STATUS_TOO_OLD) << cacheOn;
+      EXPECT_EQ(trtest::FileExists(cacheFile), cacheOn);
+      EXPECT_TRUE(env.noWorkingCopy());
+   }
+   // A cache file that exists is used as it is, whatever the image holds.
+   ToolsVersion_SetHostManifestCacheDir(env.file("cache").c_str());
+   trtest::WriteFile(cacheFile, "tools.version = \"1\"\n");
+   EXPECT_EQ(env.compare(guest), TOOLS_STATUS_CURRENT);
 }
 
 // ---- Randomised comparison with a reference of the status rules ----------
