@@ -5,6 +5,7 @@
 //    parse.
 
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -174,4 +175,18 @@ xmlNode *ToolsXmlLastChild(const xmlNode *parent, const char *name) {
       }
    }
    return nullptr;
+}
+
+int32_t ToolsXmlTextToInt32(const xmlChar *text) {
+   if (text == nullptr) {
+      return 0;
+   }
+   long long value = std::strtoll(reinterpret_cast<const char *>(text), nullptr, 10);
+   if (value > INT32_MAX) {
+      return INT32_MAX;
+   }
+   if (value < INT32_MIN) {
+      return INT32_MIN;
+   }
+   return static_cast<int32_t>(value);
 }

@@ -82,6 +82,13 @@ xmlNode *ToolsXmlFirstChild(const xmlNode *parent, const char *name);
 xmlNode *ToolsXmlLastChild(const xmlNode *parent, const char *name);
 
 /*
+ * Decimal text of an element or attribute (NULL reads as 0), read like
+ * strtol with a 32-bit long: numbers beyond the int32 range stop at its
+ * bounds instead of wrapping into some other, valid-looking value.
+ */
+int32_t ToolsXmlTextToInt32(const xmlChar *text);
+
+/*
  * A new, empty "tools-manifest" element being filled from a guest manifest,
  * with its component elements by name (a manifest may name up to the
  * dictionary's entry limit of components; looking each up by walking the

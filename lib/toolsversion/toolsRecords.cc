@@ -8,7 +8,6 @@
 
 #include <trguest/toolsversion.h>
 
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -45,22 +44,6 @@ void RemoveNode(xmlNode *node) {
 
 xmlNode *AddChild(xmlNode *parent, const xmlChar *name) {
    return xmlNewChild(parent, nullptr, name, nullptr);
-}
-
-// Decimal text as libxml2 hands it out, read like strtol on a host with a
-// 32-bit long: out-of-range numbers stop at the int32 bounds.
-int32_t XmlTextToInt32(const xmlChar *text) {
-   if (text == nullptr) {
-      return 0;
-   }
-   long long value = std::strtoll(reinterpret_cast<const char *>(text), nullptr, 10);
-   if (value > INT32_MAX) {
-      return INT32_MAX;
-   }
-   if (value < INT32_MIN) {
-      return INT32_MIN;
-   }
-   return static_cast<int32_t>(value);
 }
 
 char *XmlPropCopy(const xmlNode *node, const char *name) {
@@ -382,7 +365,7 @@ TRGUEST_API Bool ToolsVersion_GetInstallInfo(const char *configPath, int32_t *in
       xmlNode *node = ToolsXmlLastChild(info, field.name);
       if (node != nullptr && field.out != nullptr) {
          xmlChar *content = xmlNodeGetContent(node);
-         *field.out = XmlTextToInt32(content);
+         *field.out = ToolsXmlTextToInt32(content);
          xmlFree(content);
       }
    }
@@ -419,7 +402,7 @@ TRGUEST_API Bool ToolsVersion_GetUpdateInfo(const char *configPath, ToolsUpdateI
       r->guestVersion = XmlPropCopy(c, "guestVersion");
       r->repoVersion = XmlPropCopy(c, "repoVersion");
       xmlChar *status = xmlGetProp(c, BAD_CAST "status");
-      r->status = XmlTextToInt32(status);
+      r->status = ToolsXmlTextToInt32(status);
       xmlFree(status);
       if (r->status == 0) {
          r->status = TOOLS_STATUS_UNKNOWN;

@@ -40,7 +40,7 @@ ToolsVersionStatus AgentStatus(const xmlNode *tools) {
       return 0;
    }
    XmlText status(mono, "status");
-   long value = status.get() == nullptr ? 0 : std::strtol(status.get(), nullptr, 10);
+   int32_t value = ToolsXmlTextToInt32(status.text);
    return value == TOOLS_STATUS_UNKNOWN ? 0 : static_cast<ToolsVersionStatus>(value);
 }
 

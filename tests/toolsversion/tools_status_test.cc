@@ -301,6 +301,11 @@ const FallbackCase kFallbackCases[] = {
    {"agentStatusDecides", "ubuntu", nullptr,
     "<vm><update-agent-info><tools><monolithic status=\"2\"/></tools></update-agent-info></vm>",
     0, TOOLS_STATUS_SUPPORTED_OLD, {}},
+   // Read as a 32-bit long: a number past its range does not wrap to 1.
+   {"agentStatusBeyondLong", "ubuntu", nullptr,
+    "<vm><update-agent-info><tools><monolithic status=\"4294967297\"/></tools>"
+    "</update-agent-info></vm>",
+    0, 2147483647u, {}},
    {"agentStatusUnknownLetsManifestRun", "ubuntu", nullptr,
     "<vm><Update-Agent-Info><tools><monolithic status=\"9\"/></tools></Update-Agent-Info>"
     "<tools-manifest><monolithic version=\"9.4.5\" installed=\"true\"/>"
