@@ -31,16 +31,27 @@ std::string BackslashBefore(const char *text, const char *special) {
    return out;
 }
 
-// Writes the whole text to path, replacing what was there. An older, longer
-// answer file must not leave its tail behind, so the file is emptied first.
-bool WriteAnswerFile(const std::string &path, const char *text, size_t length) {
+// Opens path for writing, emptied first (an older, longer answer file must
+// not leave its tail behind), then has format make the text and writes it
+// whole. Nothing is formatted for a file that cannot be opened; a format
+// that fails leaves the file empty.
+template <typename Format>
+bool WriteAnswerFile(const std::string &path, Format format) {
    FileIODescriptor fd;
    FileIO_Invalidate(&fd);
    if (FileIO_Open(&fd, path.c_str(), FILEIO_OPEN_ACCESS_WRITE, FILEIO_OPEN_CREATE_EMPTY) !=
        FILEIO_SUCCESS) {
       return false;
    }
+   size_t length = 0;
+   char *text = nullptr;
+   try {
+      text = format(&length);
+   } catch (...) {
+      // Out of memory for a value: the file stays empty.
+   }
    const bool written = text != nullptr && FileIO_Write(&fd, text, length, nullptr) == FILEIO_SUCCESS;
+   std::free(text);
    const bool closed = FileIO_Close(&fd) == FILEIO_SUCCESS;
    return written && closed;
 }
@@ -107,17 +118,16 @@ TRGUEST_API Bool AutoInstall_PrepareAnswerFileEx_Linux(const char *guestOS, uint
    }
    const LinuxFlavourInfo &row = linuxFlavourTable[flavour];
 
-   // Each hash lands in the same static buffer, so keep a copy of each.
-   const std::string userCrypt = cryptPasswordMd5(userPassword);
-   const std::string rootCrypt = cryptPasswordMd5(rootPassword);
-   const LinuxAnswerValues values = {guestOS,      subVersion,   userName,
-                                     fullName,     userPassword, rootPassword,
-                                     userCrypt.c_str(), rootCrypt.c_str(), installKey,
-                                     powerOff != FALSE};
-   size_t length = 0;
-   char *text = FormatAnswerFile(row.answerTemplate, values, &length);
-   const bool ok = WriteAnswerFile(JoinPath(dir.c_str(), row.answerFileName), text, length);
-   std::free(text);
+   const bool ok = WriteAnswerFile(JoinPath(dir.c_str(), row.answerFileName), [&](size_t *length) {
+      // Each hash lands in the same static buffer, so keep a copy of each.
+      const std::string userCrypt = cryptPasswordMd5(userPassword);
+      const std::string rootCrypt = cryptPasswordMd5(rootPassword);
+      const LinuxAnswerValues values = {guestOS,      subVersion,   userName,
+                                        fullName,     userPassword, rootPassword,
+                                        userCrypt.c_str(), rootCrypt.c_str(), installKey,
+                                        powerOff != FALSE};
+      return FormatAnswerFile(row.answerTemplate, values, length);
+   });
    return ok ? TRUE : FALSE;
 }
 

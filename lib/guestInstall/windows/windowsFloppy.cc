@@ -389,8 +389,7 @@ bool WindowsFloppy::PlaceAnswerFilesAndPrograms() {
 }
 
 // Removes what this call put into "scsi" (files, and directories that an
-// image's driver directory brought along), then "scsi" itself when that
-// leaves it empty.
+// image's driver directory brought along).
 void WindowsFloppy::EmptyWorkDir() {
    std::vector<std::string> names;
    ListDirectory(scsiDir_, &names);
@@ -405,7 +404,6 @@ void WindowsFloppy::EmptyWorkDir() {
          File_UnlinkIfExists(path.c_str());
       }
    }
-   File_DeleteEmptyDirectory(scsiDir_.c_str());
 }
 
 bool WindowsFloppy::Finish() {
@@ -427,6 +425,9 @@ bool WindowsFloppy::Finish() {
    if (usingWorkDir_) {
       EmptyWorkDir();
    }
+   // An empty "scsi" goes whichever way the drivers came, so that one left
+   // behind by an earlier call does not linger.
+   File_DeleteEmptyDirectory(scsiDir_.c_str());
    Iso9660_Close(iso_);
    iso_ = nullptr;
    File_UnlinkIfExists(winntSif_.c_str());

@@ -202,6 +202,12 @@ TEST(LinuxAnswerFile, Fedora17MovesTheKickstartBootOptionForGood) {
    LinuxFlavourInfo &row = linuxFlavourTable[LINUX_FLAVOUR_REDHAT];
    const char *const before = row.bootOption;
    trtest::TempDir dir;
+   // A kickstart that cannot be written changes nothing.
+   trtest::WriteFile(dir.file("locked/ks.cfg/x"), "");
+   EXPECT_FALSE(AutoInstall_PrepareAnswerFileEx_Linux("fedora", GUESS_VERSION_FEDORA_17,
+                                                      dir.file("locked").c_str(), "ann", "Ann",
+                                                      "pw", "pw", nullptr, FALSE));
+   EXPECT_STREQ(row.bootOption, "ks=cdrom:/ks.cfg");
    Prepare(dir, "fedora", GUESS_VERSION_FEDORA_18_OR_HIGHER, "ks.cfg");
    EXPECT_STREQ(row.bootOption, "ks=cdrom:/ks.cfg");
    Prepare(dir, "fedora", GUESS_VERSION_FEDORA_17, "ks.cfg");

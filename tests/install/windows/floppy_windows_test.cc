@@ -257,10 +257,11 @@ INSTANTIATE_TEST_SUITE_P(
                                     "unattend.cmd"}),
                 kDriverNames, {}},
       // No driver directory: a template floppy keeps its file, winnt.sif
-      // gains nothing, and without a tools image the upgrader may be
-      // missing.
+      // gains nothing, without a tools image the upgrader may be missing,
+      // and an empty "scsi" left from an earlier call is removed.
       BuildCase{"TemplateWithoutDrivers",
                 And(And(kNoDrivers, Rm("upgrader/TarvelToolsUpgrader.exe")), [](Fixture &fx) {
+                   fs::create_directory(fx.config + "/scsi");
                    fx.templ = fx.tmp.file("template.flp");
                    fattest::Tool({"mkfs.fat", "-C", fx.templ, "1440"});
                    trtest::WriteFile(fx.tmp.file("KEEP.TXT"), "template");
