@@ -11,6 +11,10 @@ const Command *Commands() {
       {"detect", "[--json] [--all] IMAGE...", RunDetect},
       {"floppy", "format IMG | add IMG FILE NAME | get IMG NAME FILE | list IMG", RunFloppy},
       {"guestos", "[--count]", RunGuestOsTable},
+      {"media linux",
+       "--guest ID --tools DIR --answers DIR --out DIR [--templates DIR] [--loader FILE] "
+       "[--mkisofs TOOL] IMAGE|TREE",
+       RunMediaLinux},
       {"ini", "get FILE SECTION KEY | set FILE SECTION KEY VALUE [--quote]", RunIni},
       {"validate",
        "--family linux|windows --guest ID [--sub N] (--password|--short-name|--name) TEXT",
