@@ -17,6 +17,8 @@ packages=(
   libxml2-utils
   # booting the Linux installation media in a virtual machine (tests/boot)
   qemu-system-x86 linux-image-amd64 busybox-static isolinux syslinux-common cpio
+  # checks of the Linux answer files: preseed, Perl, password hashes
+  debconf perl openssl libcrypt-dev
 )
 
 missing=()

@@ -8,6 +8,10 @@ namespace trguest_cli {
 
 const Command *Commands() {
    static const Command table[] = {
+      {"answer-file linux",
+       "--guest ID [--sub N|NAME] --out DIR --user NAME --full-name TEXT "
+       "(--password-file F | --password-stdin) [--root-password-file F] [--key KEY] [--poweroff]",
+       RunAnswerFileLinux},
       {"detect", "[--json] [--all] IMAGE...", RunDetect},
       {"floppy", "format IMG | add IMG FILE NAME | get IMG NAME FILE | list IMG", RunFloppy},
       {"guestos", "[--count]", RunGuestOsTable},

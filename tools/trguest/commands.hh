@@ -17,6 +17,7 @@ struct Command {
 const Command *Commands();
 
 // Subcommands (one cmd_<name>.cc each).
+int RunAnswerFileLinux(int argc, char **argv);
 int RunDetect(int argc, char **argv);
 int RunFloppy(int argc, char **argv);
 int RunGuestOsTable(int argc, char **argv);
