@@ -4,7 +4,7 @@
 //    distribution image is built here (the host's isolinux, the host's
 //    kernel, and an initrd of busybox whose init reports on the serial port
 //    its kernel command line and the size and MD5 of every file on the CD
-//    and the floppy), the whole flow builds autoinst.iso (+ autoinst.flp)
+//    and the floppy), the whole flow (answer file included) builds autoinst.iso (+ autoinst.flp)
 //    from it, and QEMU boots the result. The guest must see the flavour's
 //    answer-file option on its command line and the very bytes staged.
 
@@ -215,7 +215,6 @@ struct Flavour {
    const char *answerFile;    // relative to the answer directory
    const char *answerOnGuest; // where the guest finds it
    bool answerInStaging;      // the answer directory is the staging directory
-   const char *answerText;
 };
 
 class BootMedia : public ::testing::TestWithParam<Flavour> {};
@@ -230,7 +229,6 @@ TEST_P(BootMedia, GuestSeesBootOptionAndStagedFiles) {
    const std::string dist = MakeDistribution(tmp, kernel, MakeInitrd(tmp, kernel));
    const std::string stage = tmp.file("stage"), out = tmp.file("out");
    const std::string answers = fl.answerInStaging ? stage : tmp.file("answers");
-   trtest::WriteFile(answers + "/" + fl.answerFile, fl.answerText);
    std::filesystem::create_directories(out);
    std::filesystem::create_directories(stage);
    trtest::WriteFile(tmp.file("tools/tarvel-tools-upgrader-32"), std::string(70000, '3'));
@@ -238,6 +236,9 @@ TEST_P(BootMedia, GuestSeesBootOptionAndStagedFiles) {
    trtest::WriteFile(tmp.file("tools/run_upgrader.sh"), "#!/bin/sh\n./upgra64 \"$@\"\n");
 
    trtest::LogCapture log;
+   ASSERT_TRUE(AutoInstall_PrepareAnswerFileEx_Linux(fl.guestOS, GUESS_VERSION_UNKNOWN,
+                                                     answers.c_str(), "jdoe", "Jane Doe",
+                                                     "user secret", "root secret", nullptr, TRUE));
    ASSERT_TRUE(AutoInstall_AddTools_Linux(stage.c_str(), tmp.file("tools").c_str()));
    ASSERT_TRUE(AutoInstall_ScanISO(dist.c_str(), stage.c_str(), fl.guestOS, nullptr));
    ASSERT_TRUE(AutoInstall_MakeFloppyImg_Linux(answers.c_str(), out.c_str(),
@@ -274,15 +275,12 @@ TEST_P(BootMedia, GuestSeesBootOptionAndStagedFiles) {
    EXPECT_EQ(extra, (std::set<std::string>{"/cd/isolinux/boot.cat", "/cd/isolinux/isolinux.bin"}));
 }
 
-// Stand-ins for the answer files until the flow writes them itself.
 INSTANTIATE_TEST_SUITE_P(
    Flavours, BootMedia,
    ::testing::Values(
-      Flavour{"rhel6-64", "ks=cdrom:/ks.cfg", "ks.cfg", "/cd/ks.cfg", true,
-              "install\ncdrom\nlang en_US.UTF-8\nrootpw --iscrypted $1$salt$hash\nreboot\n"},
+      Flavour{"rhel6-64", "ks=cdrom:/ks.cfg", "ks.cfg", "/cd/ks.cfg", true},
       Flavour{"ubuntu-64", "preseed/file=/floppy/preseed.cfg", "custom/preseed.cfg",
-              "/fd/preseed.cfg", false,
-              "d-i debian-installer/locale string en_US\nd-i passwd/username string user\n"}),
+              "/fd/preseed.cfg", false}),
    [](const ::testing::TestParamInfo<Flavour> &p) {
       return std::string(p.param.guestOS).substr(0, 4) == "rhel" ? "RedHat" : "Ubuntu";
    });
