@@ -62,25 +62,8 @@ IsoStatus CopyFile(Volume &volume, const Entry &entry, const std::string &destPa
       return trp::Err{ISO9660_IO_ERROR};
    }
    bool ok = fchmod(fd, 0644) == 0;
-   std::vector<uint8_t> buf(static_cast<size_t>(std::min<uint64_t>(entry.size, kCopyChunk)));
-   for (uint64_t pos = 0; ok && pos < entry.size;) {
-      size_t n = static_cast<size_t>(std::min<uint64_t>(buf.size(), entry.size - pos));
-      auto got = trp::iso::ReadExtents(volume.file(), entry.extents, pos,
-                                       std::span<uint8_t>(buf.data(), n));
-      if (!got || *got != n) {
-         ok = false;
-         break;
-      }
-      for (size_t done = 0; done < n;) {
-         ssize_t w = ::write(fd, buf.data() + done, n - done);
-         if (w < 0 && errno == EINTR) continue;
-         if (w <= 0) {
-            ok = false;
-            break;
-         }
-         done += static_cast<size_t>(w);
-      }
-      pos += n;
+   for (const trp::iso::Extent &x : entry.extents) {
+      ok = ok && volume.file().copyTo(fd, x.offset, x.length);
    }
    ok = ::close(fd) == 0 && ok;
    ok = ok && std::rename(tmp.c_str(), destPath.c_str()) == 0;
