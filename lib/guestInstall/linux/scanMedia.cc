@@ -9,6 +9,7 @@
 //    directory and do not boot without it).
 
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -163,6 +164,48 @@ bool ParseIsoConfig(Iso9660Image *iso, IsolinuxBootEntry *entry, OwnedText *conf
    return complete;
 }
 
+bool SameNameIgnoringCase(const char *a, const char *b) {
+   for (;; a++, b++) {
+      char ca = *a >= 'A' && *a <= 'Z' ? static_cast<char>(*a - 'A' + 'a') : *a;
+      char cb = *b >= 'A' && *b <= 'Z' ? static_cast<char>(*b - 'A' + 'a') : *b;
+      if (ca != cb) {
+         return false;
+      }
+      if (ca == '\0') {
+         return true;
+      }
+   }
+}
+
+// Extracts pathInImage into the boot directory and makes sure it is there
+// as `name`. On an image with plain ISO 9660 names only, "vmlinuz" finds
+// "VMLINUZ", which the extraction writes under the image's name; the new
+// configuration and the mastering command name the file as the disc's
+// configuration does.
+bool ExtractAs(Iso9660Image *iso, const char *pathInImage, const char *bootDir,
+               const char *name) {
+   Iso9660Result r = Iso9660_Extract(iso, pathInImage, bootDir);
+   if (r != ISO9660_OK) {
+      return false;
+   }
+   OwnedText wanted(joinPath(bootDir, name));
+   if (File_Exists(wanted.get())) {
+      return true;
+   }
+   char **names = nullptr;
+   int count = File_ListDirectory(bootDir, &names);
+   bool renamed = false;
+   for (int i = 0; i < count; i++) {
+      if (!renamed && SameNameIgnoringCase(names[i], name)) {
+         OwnedText extracted(joinPath(bootDir, names[i]));
+         renamed = std::rename(extracted.get(), wanted.get()) == 0;
+      }
+      std::free(names[i]);
+   }
+   std::free(names);
+   return renamed;
+}
+
 // Copies a file of the image into the boot directory under its base name.
 // A value naming a directory ("images/", "..") would copy a whole tree and
 // is refused.
@@ -174,7 +217,8 @@ bool ExtractBootFile(Iso9660Image *iso, const char *configDir, const char *value
       Iso9660_CloseDir(iso, dir);
       return false;
    }
-   return Iso9660_Extract(iso, path.get(), bootDir) == ISO9660_OK;
+   OwnedText base = BaseNameOf(value);
+   return ExtractAs(iso, path.get(), bootDir, base.get());
 }
 
 bool CopyFile(const char *from, const char *to, bool log) {
@@ -200,12 +244,17 @@ bool CopyCallerLoader(const char *loaderPath, const char *bootDir, bool log) {
 
 bool ExtractIsoLoader(Iso9660Image *iso, const char *configDir, const char *bootDir) {
    OwnedText loader(joinPath(configDir, kLoaderName));
-   if (Iso9660_Extract(iso, loader.get(), bootDir) != ISO9660_OK) {
+   if (!ExtractAs(iso, loader.get(), bootDir, kLoaderName)) {
       return false;
    }
    OwnedText module(joinPath(configDir, kLoaderModule));
-   Iso9660Result r = Iso9660_Extract(iso, module.get(), bootDir);
-   return r == ISO9660_OK || r == ISO9660_NOT_FOUND;
+   // Only a file of that name is a module; an older loader comes alone.
+   Iso9660DirHandle dir;
+   Iso9660Result r = Iso9660_OpenDir(iso, module.get(), &dir);
+   if (r == ISO9660_OK) {
+      Iso9660_CloseDir(iso, dir);
+   }
+   return r != ISO9660_NOT_A_DIRECTORY || ExtractAs(iso, module.get(), bootDir, kLoaderModule);
 }
 
 // --- The disc as a host tree -----------------------------------------------

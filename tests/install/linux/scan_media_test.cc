@@ -57,6 +57,7 @@ struct ScanCase {
    const char *guestOS;
    Files files;
    bool callerLoader;  // a loader (with its module) from the host, not the disc
+   bool plainToo;      // also from an image with plain ISO 9660 names only
    BootFiles expected;
 };
 
@@ -74,6 +75,7 @@ const std::vector<ScanCase> &ScanCases() {
         {"images/vmlinuz", "KERNEL"},
         {"images/initrd.img", "INITRD"}},
        false,
+       true,
        {{"isolinux.cfg", NewConfig("vmlinuz", "initrd.img", std::string("text  ") + kKickstart)},
         {"isolinux.bin", "DISC-LOADER"},
         {"vmlinuz", "KERNEL"},
@@ -95,6 +97,7 @@ const std::vector<ScanCase> &ScanCases() {
         {"install/vmlinuz", "KERNEL"},
         {"install/initrd.gz", "INITRD"}},
        false,
+       false,
        {{"isolinux.cfg",
          NewConfig("vmlinuz", "initrd.gz",
                    std::string("file=/cdrom/preseed/ubuntu.seed askmethod --  ") + kPreseed)},
@@ -112,6 +115,7 @@ const std::vector<ScanCase> &ScanCases() {
         {"boot/x86_64/loader/linux", "KERNEL"},
         {"boot/x86_64/loader/initrd", "INITRD"}},
        true,
+       false,
        {{"isolinux.cfg",
          NewConfig("linux", "initrd",
                    "splash=silent  autoyast=device://fd0/autoinst.xml install=cd:/?device=sr1 "
@@ -147,6 +151,13 @@ TEST(ScanMedia, BuildsTheBootDirectoryFromTreeAndImage) {
       EXPECT_TRUE(AutoInstall_ScanISO(iso.c_str(), fromIso.c_str(), c.guestOS, loaderArg));
       EXPECT_EQ(ReadBootDir(fromDisk + "/isolinux"), c.expected);
       EXPECT_EQ(ReadBootDir(fromIso + "/isolinux"), c.expected);
+      if (c.plainToo) {
+         spec.format = trtest::MediaFormat::Plain;
+         const std::string plain = trtest::BuildImage(tmp, spec, "plain.iso");
+         const std::string fromPlain = tmp.file("stage-plain");
+         EXPECT_TRUE(AutoInstall_ScanISO(plain.c_str(), fromPlain.c_str(), c.guestOS, loaderArg));
+         EXPECT_EQ(ReadBootDir(fromPlain + "/isolinux"), c.expected);
+      }
       EXPECT_EQ(log.text(), "");
    }
 }
