@@ -27,19 +27,6 @@ constexpr unsigned kMaxSearchDepth = 32;
 // make the walk explode.
 constexpr unsigned kMaxImageDirectories = 100000;
 
-bool SameNameIgnoringCase(const char *a, const char *b) {
-   for (;; a++, b++) {
-      char ca = *a >= 'A' && *a <= 'Z' ? static_cast<char>(*a - 'A' + 'a') : *a;
-      char cb = *b >= 'A' && *b <= 'Z' ? static_cast<char>(*b - 'A' + 'a') : *b;
-      if (ca != cb) {
-         return false;
-      }
-      if (ca == '\0') {
-         return true;
-      }
-   }
-}
-
 // The path of name inside dir; a search that starts at the root ("/" or
 // none) names its entries "/" + name.
 std::string ChildPath(const char *dir, const char *name) {
@@ -113,6 +100,19 @@ Iso9660DirEntry *SearchIso(Iso9660Image *iso, const char *name, const char *dir,
 }
 
 }  // namespace
+
+bool SameNameIgnoringCase(const char *a, const char *b) {
+   for (;; a++, b++) {
+      char ca = *a >= 'A' && *a <= 'Z' ? static_cast<char>(*a - 'A' + 'a') : *a;
+      char cb = *b >= 'A' && *b <= 'Z' ? static_cast<char>(*b - 'A' + 'a') : *b;
+      if (ca != cb) {
+         return false;
+      }
+      if (ca == '\0') {
+         return true;
+      }
+   }
+}
 
 Bool findFileInDisk(const char *name, const char *dir, char **path) {
    *path = nullptr;

@@ -28,6 +28,9 @@ typedef struct IsolinuxBootEntry {
    char *append;   // the other options of the append line, each followed by a space
 } IsolinuxBootEntry;
 
+// Whether two names are equal ignoring ASCII case (whatever the locale).
+bool SameNameIgnoringCase(const char *a, const char *b);
+
 // dir + "/" + name, newly allocated.
 char *joinPath(const char *dir, const char *name);
 

@@ -164,19 +164,6 @@ bool ParseIsoConfig(Iso9660Image *iso, IsolinuxBootEntry *entry, OwnedText *conf
    return complete;
 }
 
-bool SameNameIgnoringCase(const char *a, const char *b) {
-   for (;; a++, b++) {
-      char ca = *a >= 'A' && *a <= 'Z' ? static_cast<char>(*a - 'A' + 'a') : *a;
-      char cb = *b >= 'A' && *b <= 'Z' ? static_cast<char>(*b - 'A' + 'a') : *b;
-      if (ca != cb) {
-         return false;
-      }
-      if (ca == '\0') {
-         return true;
-      }
-   }
-}
-
 // Extracts pathInImage into the boot directory and makes sure it is there
 // as `name`. On an image with plain ISO 9660 names only, "vmlinuz" finds
 // "VMLINUZ", which the extraction writes under the image's name; the new
