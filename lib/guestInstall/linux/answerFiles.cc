@@ -65,7 +65,7 @@ char *FormatAnswerFile(LinuxAnswerTemplate kind, const LinuxAnswerValues &values
 std::string JoinPath(const char *dir, const char *name) {
    char *joined = File_PathJoin(dir, name);
    std::string path(joined);
-   free(joined);
+   std::free(joined);
    return path;
 }
 
@@ -117,7 +117,7 @@ TRGUEST_API Bool AutoInstall_PrepareAnswerFileEx_Linux(const char *guestOS, uint
    size_t length = 0;
    char *text = FormatAnswerFile(row.answerTemplate, values, &length);
    const bool ok = WriteAnswerFile(JoinPath(dir.c_str(), row.answerFileName), text, length);
-   free(text);
+   std::free(text);
    return ok ? TRUE : FALSE;
 }
 

@@ -154,8 +154,9 @@ KickstartVariant GetVariant(const char *guestOS, uint32_t sub) {
    return v;
 }
 
-// "" keeps a line active, "#" comments it out.
+// "" keeps a line (or the rest of it) active, "#" comments it out.
 const char *ActiveIf(bool active) { return active ? "" : "#"; }
+const char *CommentIf(bool comment) { return comment ? "#" : ""; }
 
 }  // namespace
 
@@ -169,10 +170,10 @@ char *FormatKickstart(const LinuxAnswerValues &in, size_t *length) {
    const bool haveKey = in.installKey != nullptr && in.installKey[0] != '\0';
    return Str_Asprintf(length, KICKSTART_TEMPLATE,
                        ActiveIf(v.oldInstaller),           // langsupport
-                       v.newSyntax ? "#" : "",             // zerombr
+                       CommentIf(v.newSyntax),             // zerombr
                        ActiveIf(v.biosBoot),               // part biosboot
                        ActiveIf(v.oldInstaller),           // mouse
-                       v.newSyntax ? "#" : "",             // xconfig --resolution
+                       CommentIf(v.newSyntax),             // xconfig --resolution
                        in.rootCrypt,
                        in.powerOff ? "poweroff" : "reboot",
                        ActiveIf(v.keyLine),

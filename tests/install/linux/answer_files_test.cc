@@ -22,7 +22,7 @@ namespace {
 
 // User texts that look like formats, quoting and interpolation, and that
 // are not ASCII: each must reach the guest exactly as typed.
-const std::string kUser = "ann%n%s";
+const std::string kUser = "ann%n%s\\\"\xc3\xbc";
 const std::string kFullName = "Ann \"Q\" O'Neil %s %n \\ $HOME @ARGV `id` \xc3\xbc";
 const std::string kUserPassword = "pa$$word%s\"@x\\";
 const std::string kRootPassword = "r00t%n'@{x}`";
@@ -191,8 +191,9 @@ TEST(LinuxAnswerFile, KickstartVariants) {
       const size_t chfn = text.find("/usr/bin/chfn ");
       ASSERT_NE(chfn, std::string::npos);
       const size_t args = chfn + std::strlen("/usr/bin/chfn ");
-      trtest::WriteFile(dir.file("chfn.sh"), "set -- " + text.substr(args, text.find('\n', args) - args) +
-                                                 "\nprintf '%s' \"$2\"\n");
+      const size_t user = text.find(" " + kUser + "\n", args);
+      trtest::WriteFile(dir.file("chfn.sh"),
+                        "set -- " + text.substr(args, user - args) + "\nprintf '%s' \"$2\"\n");
       EXPECT_EQ(trtest::RunCommand({"sh", dir.file("chfn.sh")}).output, kFullName) << c.id;
    }
 }
