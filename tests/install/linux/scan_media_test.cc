@@ -10,10 +10,12 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <trguest/autoinstall.h>
 #include <trplatform/file.h>
 
+#include "guestInstall/linux/linuxMediaInt.h"
 #include "media_builder.hh"
 #include "testsupport.hh"
 
@@ -173,6 +175,23 @@ TEST(ScanMedia, ReplacesAnOlderConfiguration) {
                                     c.guestOS, nullptr));
    EXPECT_EQ(trtest::ReadFile(tmp.file("stage/isolinux/isolinux.cfg")),
              c.expected.at("isolinux.cfg"));
+}
+
+// Links in a host tree are not followed: links back up the tree, listed
+// before the configuration, would make the search endless.
+TEST(ScanMedia, TreeLinksAreNotFollowed) {
+   trtest::TempDir tmp;
+   const ScanCase &c = ScanCases()[0];
+   WriteTree(tmp.file("dist"), c.files);
+   for (const char *link : {"a-up", "b-here", "images/c-root"}) {
+      const std::string target = std::string(link) == "b-here" ? "." : "..";
+      ASSERT_EQ(symlink(target.c_str(), tmp.file("dist/" + std::string(link)).c_str()), 0);
+   }
+   char *found = nullptr;
+   EXPECT_TRUE(findFileInDisk("ISOLINUX.CFG", tmp.file("dist").c_str(), &found));
+   EXPECT_EQ(std::string(found != nullptr ? found : ""), tmp.file("dist/isolinux/isolinux.cfg"));
+   free(found);
+   EXPECT_FALSE(findFileInDisk("absent.cfg", tmp.file("dist").c_str(), &found));
 }
 
 struct FailCase {
