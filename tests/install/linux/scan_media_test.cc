@@ -15,6 +15,7 @@
 #include <trguest/autoinstall.h>
 #include <trplatform/file.h>
 
+#include "../../iso9660/iso_craft.hh"
 #include "guestInstall/linux/linuxMediaInt.h"
 #include "media_builder.hh"
 #include "testsupport.hh"
@@ -307,6 +308,30 @@ TEST(ScanMedia, ImageFailuresAreQuiet) {
    trtest::TempDir tmp;
    EXPECT_FALSE(AutoInstall_ScanISO(tmp.file("none.iso").c_str(), tmp.file("s").c_str(), "rhel6",
                                     nullptr));
+}
+
+// Directory records that lead back to the root, several per directory,
+// would make the search on an image exponential: it ends, finding nothing.
+TEST(ScanMedia, ImageDirectoryCyclesEnd) {
+   trtest::TempDir tmp;
+   const std::string path = tmp.file("cycles.iso");
+   {
+      isocraft::Image img(path, 40 * isocraft::kBlock);
+      img.putBlock(16, isocraft::Descriptor(1, 18, 2048, 40, "CYCLES"));
+      img.putBlock(17, isocraft::Terminator());
+      std::string records = isocraft::DotRecords(18, 2048, 18, 2048);
+      for (const char *name : {"A", "B", "C", "D"}) {
+         records += isocraft::Record(18, 2048, 2, name);
+      }
+      img.putBlock(18, records);
+   }
+   Iso9660Image *iso = nullptr;
+   ASSERT_EQ(Iso9660_Open(path.c_str(), ISO9660_FORMAT_ROCKRIDGE, 0, &iso), ISO9660_OK);
+   Iso9660DirHandle dir;
+   char *found = nullptr;
+   EXPECT_EQ(findFileInIso(iso, "isolinux.cfg", nullptr, &dir, &found), nullptr);
+   EXPECT_EQ(found, nullptr);
+   Iso9660_Close(iso);
 }
 
 }  // namespace
