@@ -15,6 +15,8 @@ packages=(
   xorriso genisoimage udftools dosfstools mtools
   # XML checks of written answer files
   libxml2-utils
+  # booting the Linux installation media in a virtual machine (tests/boot)
+  qemu-system-x86 linux-image-amd64 busybox-static isolinux syslinux-common cpio
   # checks of the Linux answer files: preseed, Perl, password hashes
   debconf perl openssl libcrypt-dev
 )

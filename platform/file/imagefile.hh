@@ -39,6 +39,10 @@ public:
    // Reads exactly out.size() bytes at offset; OutOfRange when the range
    // does not lie inside the file.
    Status<FileError> readAt(uint64_t offset, std::span<uint8_t> out) const;
+   // Appends length bytes at offset to the host file outFd (at its current
+   // position), within the kernel where it can (copy_file_range), else
+   // through a buffer; OutOfRange as readAt.
+   Status<FileError> copyTo(int outFd, uint64_t offset, uint64_t length) const;
    // Writes all bytes at offset (the file grows when writing past its end).
    Status<FileError> writeAt(uint64_t offset, std::span<const uint8_t> data);
    // Sets the file's size.

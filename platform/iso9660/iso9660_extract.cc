@@ -24,7 +24,6 @@ using trp::iso::IsoStatus;
 using trp::iso::Volume;
 
 constexpr uint32_t kMaxExtractDepth = 64;
-constexpr size_t kCopyChunk = 1u << 20;
 // A tree extraction copies at most this many times the image's size. Files
 // may share data (hard links), but far more than the image holds can only
 // come from records that point at the same extents over and over, and
@@ -49,19 +48,13 @@ IsoStatus CopyFile(Volume &volume, const Entry &entry, const std::string &destPa
       *budget -= entry.size;
    }
    TRP_TRY(volume.checkFileData(entry));
+   // Extents are copied within the kernel where the host allows it (a
+   // kernel or initrd of a DVD image is tens of megabytes).
    bool written = trp::ReplaceFileWith(destPath.c_str(), [&](int fd) {
-      std::vector<uint8_t> buf(static_cast<size_t>(std::min<uint64_t>(entry.size, kCopyChunk)));
-      for (uint64_t pos = 0; pos < entry.size;) {
-         size_t n = static_cast<size_t>(std::min<uint64_t>(buf.size(), entry.size - pos));
-         auto got = trp::iso::ReadExtents(volume.file(), entry.extents, pos,
-                                          std::span<uint8_t>(buf.data(), n));
-         if (!got || *got != n) {
+      for (const trp::iso::Extent &x : entry.extents) {
+         if (!volume.file().copyTo(fd, x.offset, x.length)) {
             return false;
          }
-         if (!trp::WriteAll(fd, buf.data(), n)) {
-            return false;
-         }
-         pos += n;
       }
       return true;
    });

@@ -261,11 +261,16 @@ IsoResult<std::shared_ptr<Listing>> Volume::readListing(uint32_t block, uint64_t
 }
 
 IsoResult<Entry> Volume::lookup(std::string_view path) {
-   Entry current;
-   current.isDirectory = true;
-   current.extentBlock =
+   // The directories walked so far, root first: ".." steps back to the
+   // entry below, so that a boot configuration's "../images/vmlinuz" is
+   // found relative to its own directory. ".." at the root stays there, as
+   // it does on a mounted disc.
+   std::vector<Entry> walked(1);
+   walked.back().isDirectory = true;
+   walked.back().extentBlock =
       nameSpace_ == NameSpace::Joliet ? desc_.jolietRootBlock : desc_.primaryRootBlock;
-   current.size = nameSpace_ == NameSpace::Joliet ? desc_.jolietRootSize : desc_.primaryRootSize;
+   walked.back().size =
+      nameSpace_ == NameSpace::Joliet ? desc_.jolietRootSize : desc_.primaryRootSize;
    uint32_t depth = 0;
    size_t pos = 0;
    while (pos < path.size()) {
@@ -279,8 +284,18 @@ IsoResult<Entry> Volume::lookup(std::string_view path) {
       if (++depth > kMaxPathDepth) {
          return Err{ISO9660_NOT_FOUND};
       }
+      const Entry &current = walked.back();
       if (!current.isDirectory) {
          return Err{ISO9660_NOT_A_DIRECTORY};
+      }
+      if (component == ".") {
+         continue;
+      }
+      if (component == "..") {
+         if (walked.size() > 1) {
+            walked.pop_back();
+         }
+         continue;
       }
       auto list = listing(current.extentBlock, current.size);
       if (!list) {
@@ -301,9 +316,9 @@ IsoResult<Entry> Volume::lookup(std::string_view path) {
       if (found == nullptr) {
          return Err{ISO9660_NOT_FOUND};
       }
-      current = *found;
+      walked.push_back(*found);
    }
-   return current;
+   return walked.back();
 }
 
 IsoStatus Volume::checkFileData(const Entry &entry) const {

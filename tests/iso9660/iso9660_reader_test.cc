@@ -198,7 +198,10 @@ TEST_F(IsoReader, PathFormsAndLookupFailures) {
    for (const char *p : {"", "/", "//"}) {
       EXPECT_EQ(List(img, p).size(), 9u) << p;
    }
-   for (const char *p : {"sources", "/sources", "sources/", "/sources/"}) {
+   // "." stays, ".." goes up (and stays at the root), as on a mounted disc.
+   for (const char *p : {"sources", "/sources", "sources/", "/sources/", "./sources",
+                         "/isolinux/../sources", "/a/b/../../sources/.", "../sources",
+                         "/a/./b/c/../../../../sources"}) {
       EXPECT_EQ(List(img, p), (std::vector<std::string>{"lang.ini"})) << p;
    }
    Iso9660DirHandle d;
@@ -206,6 +209,8 @@ TEST_F(IsoReader, PathFormsAndLookupFailures) {
    EXPECT_EQ(Iso9660_OpenDir(img, "README", &d), ISO9660_NOT_A_DIRECTORY);
    EXPECT_EQ(Iso9660_OpenDir(img, "README/x", &d), ISO9660_NOT_A_DIRECTORY);
    EXPECT_EQ(Iso9660_OpenDir(img, "nope/x", &d), ISO9660_NOT_FOUND);
+   EXPECT_EQ(Iso9660_OpenDir(img, "nope/../sources", &d), ISO9660_NOT_FOUND);
+   EXPECT_EQ(Iso9660_OpenDir(img, "README/../sources", &d), ISO9660_NOT_A_DIRECTORY);
    Iso9660_Close(img);
 }
 

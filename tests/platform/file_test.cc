@@ -125,6 +125,40 @@ TEST(ImageFileOpen, OnlyRegularFilesAndNoBlockingOnAFifo) {
    }
 }
 
+// Ranges past 4 GiB copied into a regular file (within the kernel) and
+// into a pipe (which the kernel copy refuses: through a buffer), appended
+// at the target's position; ranges outside the image change nothing.
+TEST(ImageFileCopyTo, RegularFileAndPipe) {
+   trtest::TempDir dir;
+   const std::string path = dir.file("sparse");
+   const uint64_t far = (5ULL << 30) + 7;
+   {
+      const int fd = ::open(path.c_str(), O_RDWR | O_CREAT, 0644);
+      ASSERT_GE(fd, 0);
+      ASSERT_EQ(::pwrite(fd, "0123456789", 10, static_cast<off_t>(far)), 10);
+      ::close(fd);
+   }
+   auto img = trp::ImageFile::open(path, false);
+   ASSERT_TRUE(img.ok());
+   const int out = ::open(dir.file("out").c_str(), O_WRONLY | O_CREAT, 0644);
+   int pipeFds[2];
+   ASSERT_EQ(::pipe(pipeFds), 0);
+   for (int target : {out, pipeFds[1]}) {
+      EXPECT_TRUE(img->copyTo(target, far + 2, 5).ok());
+      EXPECT_TRUE(img->copyTo(target, far, 0).ok());
+      EXPECT_TRUE(img->copyTo(target, far + 8, 2).ok());
+      EXPECT_FALSE(img->copyTo(target, far + 8, 3).ok());
+      EXPECT_FALSE(img->copyTo(target, UINT64_MAX, 2).ok());
+   }
+   ::close(out);
+   ::close(pipeFds[1]);
+   EXPECT_EQ(trtest::ReadFile(dir.file("out")), "2345689");
+   char buf[16] = {};
+   EXPECT_EQ(::read(pipeFds[0], buf, sizeof buf), 7);
+   EXPECT_EQ(std::string(buf, 7), "2345689");
+   ::close(pipeFds[0]);
+}
+
 TEST(FilePaths, SplitAndJoin) {
    struct {
       const char *path, *dir, *base;

@@ -24,6 +24,10 @@ const Command *Commands() {
        "--config DIR --upgrader DIR --support DIR [--template IMG] [--tools-iso ISO] "
        "[--drivers DIR]",
        RunMediaWindows},
+      {"media linux",
+       "--guest ID --tools DIR --answers DIR --out DIR [--templates DIR] [--loader FILE] "
+       "[--mkisofs TOOL] IMAGE|TREE",
+       RunMediaLinux},
       {"ini", "get FILE SECTION KEY | set FILE SECTION KEY VALUE [--quote]", RunIni},
       {"tools status",
        "CONFIG [--guest-manifest FILE | --guest-text TEXT] [--legacy N] [--cache DIR] [--explain]",

@@ -70,7 +70,9 @@ TRPLATFORM_API void Iso9660_Close(Iso9660Image *image) TR_NOEXCEPT;
 
 /* Paths are relative to the root, with or without a leading "/"; "" and "/"
  * name the root. Components match names as presented: exactly for Rock
- * Ridge and Joliet, ignoring ASCII case for plain names. */
+ * Ridge and Joliet, ignoring ASCII case for plain names. A "." component
+ * names the directory it stands in and ".." its parent (the root's parent
+ * is the root); each component before them must exist as a directory. */
 TRPLATFORM_API Iso9660Result Iso9660_OpenDir(Iso9660Image *image, const char *path,
                                              Iso9660DirHandle *dir) TR_NOEXCEPT;
 /* Next entry ("." and ".." are not presented); ISO9660_END after the last. */
