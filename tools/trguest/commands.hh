@@ -21,6 +21,7 @@ int RunDetect(int argc, char **argv);
 int RunFloppy(int argc, char **argv);
 int RunGuestOsTable(int argc, char **argv);
 int RunIni(int argc, char **argv);
+int RunInstall(int argc, char **argv);
 int RunValidate(int argc, char **argv);
 
 }  // namespace trguest_cli
