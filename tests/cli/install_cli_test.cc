@@ -178,11 +178,11 @@ TEST_F(CliInstall, EachLinuxFlavourGetsItsMedia) {
          left.push_back(e.path().filename().string());
       }
       std::sort(left.begin(), left.end());
-      std::vector<std::string> media = {"autoinst.iso"};
+      std::vector<std::string> made = {"autoinst.iso"};
       if (!c.floppy.empty()) {
-         media.insert(media.begin(), "autoinst.flp");
+         made.insert(made.begin(), "autoinst.flp");
       }
-      EXPECT_EQ(left, media);
+      EXPECT_EQ(left, made);
    }
 }
 
