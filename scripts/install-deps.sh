@@ -12,7 +12,7 @@ packages=(
   # fuzzing (clang's libFuzzer runtime)
   clang libclang-rt-dev
   # real tools that make and check test media
-  xorriso genisoimage udftools dosfstools mtools
+  xorriso genisoimage udftools dosfstools mtools isolinux syslinux-common
   # XML checks of written answer files
   libxml2-utils
   # booting the Linux installation media in a virtual machine (tests/boot)

@@ -156,13 +156,14 @@ TEST_F(CliDetectMedia, ExitCodeIsTheWorstResult) {
    auto r = Tool({"detect", solarisImage_, dir_.file("junk.iso")});
    EXPECT_EQ(r.exitCode, 2);
    EXPECT_TRUE(Contains(r.output, "trguest detect: " + dir_.file("junk.iso") +
-                                     ": cannot be read as a UDF or ISO 9660 image\n"));
+                                     ": not an ISO 9660 or UDF image"));
    EXPECT_TRUE(Contains(r.output, ": solaris10\n"));  // the readable image is still shown
 
    r = Tool({"detect", "--json", dir_.file("missing.iso")});
    EXPECT_EQ(r.exitCode, 2);
-   EXPECT_EQ(r.output, "trguest detect: " + dir_.file("missing.iso") +
-                          ": cannot be read as a UDF or ISO 9660 image\n");
+   EXPECT_EQ(r.output, "trguest detect: " + dir_.file("missing.iso") + ": no such file\n");
+   EXPECT_EQ(Tool({"detect", dir_.path()}).output,
+             "trguest detect: " + dir_.path() + ": not a regular file\n");
 
    EXPECT_EQ(Tool({"detect"}).exitCode, 64);
    EXPECT_EQ(Tool({"detect", "--frob", solarisImage_}).exitCode, 64);

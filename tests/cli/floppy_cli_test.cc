@@ -38,16 +38,26 @@ TEST(CliFloppy, FormatAddListGet) {
    fattest::ExpectFsckClean(img);
    fattest::ExpectMtype(img, "preseed.cfg", content);
 
-   // 2: the operation failed; 64: a usage error.
-   const std::pair<std::vector<std::string>, int> failures[] = {
-      {{"add", img, answer, "much-too-long.cfg"}, 2}, {{"add", img, dir.file("no"), "x.cfg"}, 2},
-      {{"get", img, "missing.cfg", dir.file("out")}, 2}, {{"list", dir.file("missing.flp")}, 2},
-      {{"list", answer}, 2}, {{"add", img, answer}, 64}, {{"erase", img}, 64},
+   // 2: the operation failed, with the reason in words; 64: a usage error.
+   struct Failure {
+      std::vector<std::string> args;
+      int exitCode;
+      std::string says;
    };
-   for (const auto &[args, exitCode] : failures) {
-      r = Floppy(args);
-      EXPECT_EQ(r.exitCode, exitCode) << args[0] << " " << args.back();
-      EXPECT_NE(r.output, "") << args[0] << " " << args.back();
+   const Failure failures[] = {
+      {{"add", img, answer, "much-too-long.cfg"}, 2, "cannot add"},
+      {{"add", img, dir.file("no"), "x.cfg"}, 2, "cannot add"},
+      {{"get", img, "missing.cfg", dir.file("out")}, 2, "cannot copy"},
+      {{"list", dir.file("missing.flp")}, 2, ": no such file\n"},
+      {{"list", answer}, 2, ": not a FAT floppy image\n"},
+      {{"list", dir.path()}, 2, ": not a regular file\n"},
+      {{"add", img, answer}, 64, "usage"},
+      {{"erase", img}, 64, "usage"},
+   };
+   for (const Failure &f : failures) {
+      r = Floppy(f.args);
+      EXPECT_EQ(r.exitCode, f.exitCode) << f.args[0] << " " << f.args.back();
+      EXPECT_NE(r.output.find(f.says), std::string::npos) << r.output;
    }
    EXPECT_FALSE(trtest::FileExists(dir.file("out")));
    fattest::ExpectFsckClean(img);

@@ -15,6 +15,7 @@
 
 #include <trguest/guess.h>
 
+#include "cli_support.hh"
 #include "commands.hh"
 #include "json_out.hh"
 
@@ -230,8 +231,8 @@ int RunDetect(int argc, char **argv) {
          worst = result;
       }
       if (result == GUESS_RESULT_OPEN_FAILED) {
-         std::fprintf(stderr, "trguest detect: %s: cannot be read as a UDF or ISO 9660 image\n",
-                      path);
+         std::fprintf(stderr, "trguest detect: %s: %s\n", path,
+                      WhyUnusable(path, "an ISO 9660 or UDF image").c_str());
          continue;
       }
       std::vector<Claim> claims;

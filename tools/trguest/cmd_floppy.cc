@@ -12,13 +12,16 @@
 //    message when the image or a file cannot be used, 64 for bad usage.
 
 #include <cinttypes>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include <trguest/autoinstall.h>
 #include <trplatform/fsimage.h>
 
+#include "cli_support.hh"
 #include "commands.hh"
 
 namespace trguest_cli {
@@ -31,6 +34,31 @@ int Usage() {
                         "       trguest floppy get IMG NAME FILE\n"
                         "       trguest floppy list IMG\n");
    return 64;
+}
+
+// A FAT writer's error in words. errno still holds the host's reason when
+// the error is a host read or write failure; path (when given) is the image
+// that was being opened.
+std::string FloppyError(FSImageError e, const char *path, int err) {
+   switch (e) {
+   case FSIMAGE_ERR_IO:
+      return path != nullptr && err != ENOSPC ? WhyUnusable(path, "a FAT floppy image")
+                                              : WhyNotWritten(err);
+   case FSIMAGE_ERR_BAD_FORMAT:
+      return "not a FAT floppy image";
+   case FSIMAGE_ERR_CORRUPT:
+      return "the FAT floppy image is damaged";
+   case FSIMAGE_ERR_DISK_FULL:
+      return "the floppy is full";
+   case FSIMAGE_ERR_DIR_FULL:
+      return "the floppy's root directory is full";
+   case FSIMAGE_ERR_NOT_FOUND:
+      return "no such file";
+   case FSIMAGE_ERR_READ_ONLY:
+      return "permission denied";
+   default:
+      return "error " + std::to_string(e);
+   }
 }
 
 // An image and its root directory, open for the length of one command.
@@ -46,8 +74,8 @@ public:
          err_ = FSImage_OpenRootDirectory(volume_, &dir_);
       }
       if (err_ != FSIMAGE_OK) {
-         std::fprintf(stderr, "trguest: cannot %s %s (error %" PRIu64 ")\n",
-                      format ? "format" : "open", path, static_cast<uint64_t>(err_));
+         std::fprintf(stderr, "trguest: cannot %s %s: %s\n", format ? "format" : "open", path,
+                      FloppyError(err_, path, errno).c_str());
       }
    }
    ~Floppy() { close(); }
@@ -64,8 +92,8 @@ public:
       const FSImageError e = FSImage_Close(volume_);
       volume_ = nullptr;
       if (e != FSIMAGE_OK) {
-         std::fprintf(stderr, "trguest: cannot write the image (error %" PRIu64 ")\n",
-                      static_cast<uint64_t>(e));
+         std::fprintf(stderr, "trguest: cannot write the image: %s\n",
+                      FloppyError(e, nullptr, errno).c_str());
          return false;
       }
       return true;

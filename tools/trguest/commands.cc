@@ -28,6 +28,9 @@ const Command *Commands() {
        "--guest ID --tools DIR --answers DIR --out DIR [--templates DIR] [--loader FILE] "
        "[--mkisofs TOOL] IMAGE|TREE",
        RunMediaLinux},
+      {"install",
+       "IMAGE --out DIR --user NAME --full-name TEXT [--password-file F | --password-stdin] ...",
+       RunInstall},
       {"ini", "get FILE SECTION KEY | set FILE SECTION KEY VALUE [--quote]", RunIni},
       {"tools status",
        "CONFIG [--guest-manifest FILE | --guest-text TEXT] [--legacy N] [--cache DIR] [--explain]",

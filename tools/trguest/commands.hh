@@ -26,6 +26,7 @@ int RunIni(int argc, char **argv);
 int RunMediaWindows(int argc, char **argv);
 int RunToolsStatus(int argc, char **argv);
 int RunMediaLinux(int argc, char **argv);
+int RunInstall(int argc, char **argv);
 int RunValidate(int argc, char **argv);
 int RunToolsSave(int argc, char **argv);
 int RunToolsInstallInfo(int argc, char **argv);
